@@ -1,0 +1,34 @@
+# quillon_module(<folder> [DEPS ...]): one static library per source folder, named quillon_<folder>,
+# built from every .cpp in that folder. Folders depend on each other only through DEPS.
+function(quillon_module folder)
+  cmake_parse_arguments(M "" "" "DEPS" ${ARGN})
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+  if(srcs)
+    add_library(quillon_${folder} STATIC ${srcs})
+    target_include_directories(quillon_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(quillon_${folder} PUBLIC ${M_DEPS})
+  else()
+    add_library(quillon_${folder} INTERFACE)
+    target_include_directories(quillon_${folder} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(quillon_${folder} INTERFACE ${M_DEPS})
+  endif()
+endfunction()
+
+# quillon_test(<folder> [DEPS ...] [SOURCES_DIR dir]): one GoogleTest program per test folder.
+function(quillon_test folder)
+  cmake_parse_arguments(T "" "" "DEPS" ${ARGN})
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+  if(NOT srcs)
+    return()
+  endif()
+  string(REPLACE "/" "_" tname ${folder})
+  add_executable(test_${tname} ${srcs})
+  target_link_libraries(test_${tname} PRIVATE ${T_DEPS} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_compile_definitions(test_${tname} PRIVATE
+    QUILLON_FIXTURES_DIR="${CMAKE_CURRENT_SOURCE_DIR}/fixtures"
+    QUILLON_RUNTIME_DIR="${QUILLON_RUNTIME_DIR}"
+    QUILLON_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  set_target_properties(test_${tname} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${tname} COMMAND test_${tname})
+  set_tests_properties(${tname} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen" TIMEOUT 600)
+endfunction()
