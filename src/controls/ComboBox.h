@@ -60,6 +60,13 @@ protected:
     std::vector<Item> m_items;
     int m_curSel = CB_ERR;
     std::string m_editText;
+    // Bumped by every change of the items, so derived views of them know when to rebuild.
+    uint64_t m_contentVersion = 0;
+
+private:
+    bool ValidIndex(int index) const { return index >= 0 && index < static_cast<int>(m_items.size()); }
+    int Find(int start, const std::string& text, bool exact) const;
+    void SelectLocked(int index);
 };
 
 }  // namespace controls
