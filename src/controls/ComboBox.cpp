@@ -1,28 +1,10 @@
 #include "controls/ComboBox.h"
 
 #include <algorithm>
-#include <cctype>
+
+#include "controls/TextCompare.h"
 
 namespace controls {
-
-namespace {
-
-int CompareNoCase(const std::string& a, const std::string& b) {
-    size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i) {
-        int ca = std::tolower(static_cast<unsigned char>(a[i]));
-        int cb = std::tolower(static_cast<unsigned char>(b[i]));
-        if (ca != cb)
-            return ca < cb ? -1 : 1;
-    }
-    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
-}
-
-bool StartsWithNoCase(const std::string& text, const std::string& prefix) {
-    return text.size() >= prefix.size() && CompareNoCase(text.substr(0, prefix.size()), prefix) == 0;
-}
-
-}  // namespace
 
 ComboBox::ComboBox(int id, std::string caption, bool sorted, bool hasEdit)
     : Control(id, std::move(caption)), m_sorted(sorted), m_hasEdit(hasEdit) {}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "controls/ComboBox.h"
+
+// A combo whose selection may be longer than the box: hovering shows it in full.
+class CToolTipComboBox : public controls::ComboBox {
+public:
+    static constexpr int AUTOPOP_MS = 15000;  // how long the view keeps the tooltip up
+
+    explicit CToolTipComboBox(int id = 0, std::string caption = {}, bool sorted = false, bool hasEdit = true);
+
+    // The text of the current selection, "" with none.
+    std::string TooltipText() const;
+};
