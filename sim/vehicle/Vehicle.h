@@ -3,7 +3,9 @@
 // answers into result items.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,9 +29,13 @@ struct VehicleResponse {
     bool segmented = false;      // would need more than one bus frame (ISO-TP first/consecutive frames)
 };
 
+// Time source of session and security timers; tests inject their own.
+using VehicleClock = std::function<std::chrono::steady_clock::time_point()>;
+
 class Vehicle {
 public:
     Vehicle();
+    explicit Vehicle(VehicleClock clock);
     ~Vehicle();
     Vehicle(const Vehicle&) = delete;
     Vehicle& operator=(const Vehicle&) = delete;
