@@ -65,3 +65,83 @@ static_assert(sizeof(SeCanMessage) == 24);
 
 // Vendor IOCTL short names (resolved with PDUGetObjectId, like the standard ones).
 #define PDU_IOCTL_MRVNE_GET_MONITOR_SERVICE "PDU_IOCTL_MRVNE_GET_MONITOR_SERVICE"
+
+// The maker's IOCTLs beyond the standard's (resolved by name like those).
+#define PDU_IOCTL_BUS_TRACE "PDU_IOCTL_BUS_TRACE"
+#define PDU_IOCTL_GET_WLAN_SIGNAL_DATA "PDU_IOCTL_GET_WLAN_SIGNAL_DATA"
+#define PDU_IOCTL_SET_TRACE_OPTIONS "PDU_IOCTL_SET_TRACE_OPTIONS"
+#define PDU_IOCTL_SERVICE_ORIENTED_DIAG_CFG "PDU_IOCTL_SERVICE_ORIENTED_DIAG_CFG"
+#define PDU_IOCTL_SET_BROKER_ADDR "PDU_IOCTL_SET_BROKER_ADDR"
+#define PDU_IOCTL_GET_PROXY_COM_PARAMS "PDU_IOCTL_GET_PROXY_COM_PARAMS"
+#define PDU_IOCTL_MS_CLEAR_DOIP_ENTITY_LIST "PDU_IOCTL_MS_CLEAR_DOIP_ENTITY_LIST"
+// Simulator only: plug / unplug a simulated module (input PDU_IT_IO_UNUM32, module number from 1).
+#define PDU_IOCTL_MRVNE_SIM_PLUG_MODULE "PDU_IOCTL_MRVNE_SIM_PLUG_MODULE"
+#define PDU_IOCTL_MRVNE_SIM_UNPLUG_MODULE "PDU_IOCTL_MRVNE_SIM_UNPLUG_MODULE"
+
+// The maker's item types.
+enum : T_PDU_IT {
+    PDU_IT_IO_WLAN_SIGNAL_DATA = 0x1806,
+    PDU_IT_IO_TRACE_OPTIONS = 0x1807,
+    PDU_IT_IO_BROKER_ADDR = 0x1303,  // the maker reuses this number for the broker's text
+    PDU_IT_IO_PROXY_COM_PARAM_REQUEST = 0x10001805,
+    PDU_IT_IO_PROXY_COM_PARAM = 0x10001806,
+};
+
+extern "C" {
+
+// Data of PDU_IOCTL_BUS_TRACE, sent as a PDU_IT_IO_BYTEARRAY of 40 bytes.
+struct PDU_BUS_TRC_CONFIG {
+    UNUM32 BusTypeId;
+    UNUM32 NumPins;
+    PDU_PIN_DATA* pPins;
+    UNUM32 Activate;
+    UNUM32 MaxTraceFileSize;
+    CHAR8* pTraceFilePath;
+    CHAR8* pTraceFile;
+};
+
+// Answer of PDU_IOCTL_GET_WLAN_SIGNAL_DATA; validMask bit n marks field n after it as valid.
+struct PDU_IO_WLAN_SIGNAL_DATA {
+    UNUM32 Mode;  // 0 no connection, 1 access point, 2 infrastructure
+    UNUM32 ValidMask;
+    UNUM32 Channel;
+    UNUM32 FrequencyMHz;
+    UNUM32 ChannelWidthMHz;
+    float TxPowerDbm;
+    UNUM32 LinkSpeedMbit;
+    SNUM32 RssiDbm;
+    SNUM32 SnrDbm;
+    SNUM32 NoiseDbm;
+    SNUM16 SignalQuality;
+    CHAR8 Ssid[32];  // not terminated
+};
+
+// Data of PDU_IOCTL_SET_TRACE_OPTIONS.
+struct PDU_IO_TRACE_OPTIONS {
+    UNUM32 Version;  // 1
+    CHAR8* pTracePath;
+    UNUM32 TraceDetail;
+};
+
+// Answer of PDU_IOCTL_GET_PROXY_COM_PARAMS.
+struct PDU_IO_PROXY_COM_PARAM_DATA {
+    UNUM8 IpVersion;
+    UNUM8 IpAddress[16];  // IPv4 in the last four bytes
+    UNUM16 Port;
+    UNUM16 TlsPort;
+    UNUM8 SessionPsk[32];
+    CHAR8* pUri;  // at most 512 characters
+    UNUM8 AckCode;
+};
+
+}  // extern "C"
+
+#if defined(__x86_64__) || defined(_M_X64)
+static_assert(sizeof(PDU_BUS_TRC_CONFIG) == 40);
+static_assert(offsetof(PDU_IO_WLAN_SIGNAL_DATA, Ssid) == 42);
+static_assert(offsetof(PDU_IO_TRACE_OPTIONS, TraceDetail) == 16);
+static_assert(offsetof(PDU_IO_PROXY_COM_PARAM_DATA, Port) == 18);
+static_assert(offsetof(PDU_IO_PROXY_COM_PARAM_DATA, SessionPsk) == 22);
+static_assert(offsetof(PDU_IO_PROXY_COM_PARAM_DATA, pUri) == 56);
+static_assert(offsetof(PDU_IO_PROXY_COM_PARAM_DATA, AckCode) == 64);
+#endif
