@@ -28,6 +28,12 @@ function(quillon_test folder)
     QUILLON_FIXTURES_DIR="${CMAKE_CURRENT_SOURCE_DIR}/fixtures"
     QUILLON_RUNTIME_DIR="${QUILLON_RUNTIME_DIR}"
     QUILLON_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  if(QUILLON_FIXTURE_LIB_DIR)
+    target_compile_definitions(test_${tname} PRIVATE QUILLON_FIXTURE_LIB_DIR="${QUILLON_FIXTURE_LIB_DIR}")
+  endif()
+  if(TARGET quillon_fixtures)
+    add_dependencies(test_${tname} quillon_fixtures)
+  endif()
   set_target_properties(test_${tname} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${tname} COMMAND test_${tname})
   set_tests_properties(${tname} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen" TIMEOUT 600)
