@@ -151,13 +151,15 @@ UdsServer::Reply UdsServer::ReadDid(const Bytes& request) {
     Bytes response{Positive(service)};
     for (size_t at = 1; at < request.size(); at += 2) {
         const uint16_t id = U16At(request, at);
+        if (id == kDidActiveSession) {
+            AppendU16(response, id);
+            response.push_back(m_session);
+            continue;
+        }
         const DidEntry* did = FindDid(id);
         if (!did) continue;  // unknown identifiers are left out while any other one is known
         AppendU16(response, id);
-        if (id == kDidActiveSession)
-            response.push_back(m_session);
-        else
-            response.insert(response.end(), did->value.begin(), did->value.end());
+        response.insert(response.end(), did->value.begin(), did->value.end());
     }
     if (response.size() == 1) return {{NegativeResponse(service, nrc::kRequestOutOfRange)}};
     return {{response}};
@@ -273,15 +275,6 @@ UdsServer::Reply UdsServer::ControlDtcSetting(const Bytes& request) {
     m_dtcs.SetRecording(type == 0x01);
     if (Suppressed(request)) return {};
     return {{{Positive(service), type}}};
-}
-
-const DidEntry* UdsServer::FindDid(uint16_t id) const {
-    if (id == kDidActiveSession) {
-        static const DidEntry session{kDidActiveSession, {}, DidWrite::Never};
-        return &session;
-    }
-    auto it = std::find_if(m_dids.begin(), m_dids.end(), [id](const DidEntry& d) { return d.id == id; });
-    return it == m_dids.end() ? nullptr : &*it;
 }
 
 DidEntry* UdsServer::FindDid(uint16_t id) {

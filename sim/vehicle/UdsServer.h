@@ -71,7 +71,6 @@ private:
 
     void ExpireSession(TimePoint now);
     void EnterSession(uint8_t session);
-    const DidEntry* FindDid(uint16_t id) const;
     DidEntry* FindDid(uint16_t id);
     void ResetStoredData();
 
