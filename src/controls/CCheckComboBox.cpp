@@ -1,5 +1,7 @@
 #include "controls/CCheckComboBox.h"
 
+namespace controls {
+
 CCheckComboBox::CCheckComboBox(int id, std::string caption)
     : CToolTipComboBox(id, std::move(caption), false, false) {}
 
@@ -26,7 +28,7 @@ void CCheckComboBox::UserToggleCheck(int index) {
     if (!IsVisible() || !IsWindowEnabled() || GetCheck(index) == CB_ERR)
         return;
     SetCheck(index, GetCheck(index) ? 0 : 1);
-    Notify(controls::Notification::SelChange);
+    Notify(Notification::SelChange);
 }
 
 std::string CCheckComboBox::GetCheckedText() const {
@@ -46,3 +48,5 @@ std::string CCheckComboBox::GetCheckedText() const {
     m_textVersion = m_contentVersion;
     return m_checkedText;
 }
+
+}  // namespace controls

@@ -4,6 +4,8 @@
 
 #include "controls/CToolTipComboBox.h"
 
+namespace controls {
+
 // A drop list with a check box on every line; the closed box shows the checked lines' texts.
 // Never sorted: the owner addresses lines by the index it added them at.
 class CCheckComboBox : public CToolTipComboBox {
@@ -24,3 +26,8 @@ private:
     mutable bool m_textValid = false;
     mutable uint64_t m_textVersion = 0;
 };
+
+}  // namespace controls
+
+// The class keeps its own name outside the namespace as well.
+using controls::CCheckComboBox;

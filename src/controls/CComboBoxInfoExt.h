@@ -6,6 +6,8 @@
 
 #include "controls/CToolTipComboBox.h"
 
+namespace controls {
+
 // A tooltip combo that keeps a shared record beside every line; the record moves with its line.
 template <typename T>
 class CComboBoxInfoExt : public CToolTipComboBox {
@@ -25,3 +27,8 @@ public:
         return info ? *info : nullptr;
     }
 };
+
+}  // namespace controls
+
+// The template keeps its own name outside the namespace as well.
+using controls::CComboBoxInfoExt;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace controls {
+
 CListCtrlEx::CListCtrlEx(int id, std::string caption) : Control(id, std::move(caption)) {}
 
 int CListCtrlEx::InsertColumn(int index, const std::string& heading, int format, int width) {
@@ -228,3 +230,5 @@ bool CListCtrlEx::OnChar(int ch) {
         return OnCommand(ID_COPY);
     return false;
 }
+
+}  // namespace controls

@@ -6,9 +6,11 @@
 
 #include "controls/Control.h"
 
+namespace controls {
+
 // A report list with a popup for select-all and copy. A plain list keeps its rows itself; a
 // virtual list (PrintListCtrl) overrides the three item accessors.
-class CListCtrlEx : public controls::Control {
+class CListCtrlEx : public Control {
 public:
     static constexpr int ID_SELECT_ALL = 272;
     static constexpr int ID_COPY = 273;
@@ -79,3 +81,8 @@ private:
     int m_selectedCount = 0;
     ClipboardSink m_clipboard;
 };
+
+}  // namespace controls
+
+// The class keeps its own name outside the namespace as well.
+using controls::CListCtrlEx;

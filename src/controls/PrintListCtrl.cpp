@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+namespace controls {
+
 PrintListCtrl::PrintListCtrl(int id, std::string caption)
     : CListCtrlEx(id, std::move(caption)), m_cells(ROWS * COLUMNS), m_rowColours(ROWS, WHITE) {}
 
@@ -139,3 +141,5 @@ uint32_t PrintListCtrl::RowCount() const {
     std::lock_guard lock(m_ringMutex);
     return m_rowCount;
 }
+
+}  // namespace controls

@@ -14,6 +14,8 @@
 #define QUILLON_PRINTF(fmt, args)
 #endif
 
+namespace controls {
+
 // The log every dialog writes to: a ring of rows that any thread appends to cheaply, and that a
 // view shows only when the UI thread flushes it.
 class PrintListCtrl : public CListCtrlEx {
@@ -74,3 +76,8 @@ private:
     bool m_cleared = false;
     uint32_t m_shownCount = 0;
 };
+
+}  // namespace controls
+
+// The class keeps its own name outside the namespace as well.
+using controls::PrintListCtrl;
