@@ -1,0 +1,241 @@
+// The main dialog: owns the loaded library, the module table, the runtime description tables,
+// the cable model and the settings path. Every command of the application core is a handler here.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "app/CAboutDlg.h"
+#include "app/HistoryList.h"
+#include "controls/Button.h"
+#include "controls/CCheckComboBox.h"
+#include "controls/CComboBoxInfoExt.h"
+#include "controls/CToolTipComboBox.h"
+#include "controls/ComboBox.h"
+#include "controls/Edit.h"
+#include "controls/PrintListCtrl.h"
+#include "controls/Static.h"
+#include "description/CDF_Parser.h"
+#include "description/DescriptionTables.h"
+#include "pdu/PduTypes.h"
+#include "platform/Semaphore.h"
+#include "ui/Dialog.h"
+
+// One module the library reported.
+struct PduModuleRec {
+    uint32_t hMod = 0;
+    uint32_t ModuleTypeId = 0;
+    std::string displayName;
+    std::vector<const ResourceInfo*> resources;  // into m_Resources, valid until the next Parse MDF
+};
+
+// One open logical link.
+struct LinkSlot {
+    Dialog* pDlg = nullptr;
+    uint32_t hCLL = 0;
+};
+
+// What the headless driver (or a test) puts in place of what start-up would find.
+struct StartupOptions {
+    std::optional<std::string> iniPath;
+    std::optional<std::string> rootFilePath;
+    std::vector<std::string> arguments;  // the program's own command line, without the program name
+};
+
+class CQuillonDlg : public Dialog {
+public:
+    static constexpr unsigned kLogTimerId = 669;
+    static constexpr unsigned kLogTimerPeriodMs = 50;
+    static constexpr int kLinkSlotCount = 255;
+    static constexpr const char* kLongSeparator = "-------------------------------------------------------\n";
+    static constexpr const char* kShortSeparator = "----------------------------------------------------\n";
+
+    CQuillonDlg(ui::Ui& ui, StartupOptions options = {});
+    ~CQuillonDlg() override;
+
+    bool OnInitDialog() override;
+    void OnTimer(unsigned id) override;
+    void OnClose() override { OnBnClickedExit(); }
+    controls::PrintListCtrl* LogList() override { return &m_LogList; }
+
+    // Library binding and API change.
+    bool LoadPduApi(const std::string& shortName);
+    void OnCbnSelchangeApi();
+    void OnCbnEditchangeApi();
+    void OnBnClickedUnload();
+    void OnBnClickedExit();
+    void OnBnClickedClearLog();
+    void OnBnClickedAbout();
+
+    // Module connection, resource selection, links, events: later commands of the main dialog.
+    void OnBnClickedParseMdf() {}
+    void OnBnClickedGetModuleIds() {}
+    void OnBnClickedModuleConnect() {}
+    void OnBnClickedModuleDisconnect() {}
+    void OnCbnSelchangeModule() {}
+    void OnCbnSelchangeProtocol() {}
+    void OnCbnSelchangeBustype() {}
+    void OnCbnSelchangeCable() {}
+    void OnCbnSelchangePins() {}
+    void UpdateResourceSelection() {}
+    void OnBnClickedOpenLoLi() {}
+    void OnBnClickedOpenMoLi() {}
+    void OnBnClickedOpenLastLink() {}
+    void OnBnClickedHistoryMenu() {}
+    void OnBnClickedGetVBatt() {}
+    void OnBnClickedGetIgnitionState() {}
+    void OnBnClickedBusMonitoring() {}
+    void OnBnClickedDoIpIoCtl() {}
+    void OnBnClickedVciWlanStat() {}
+    void OnBnClickedSetTracePath() {}
+    void OnBnClickedSodConf() {}
+    void OnBnClickedBroker() {}
+
+    // Log writes from any thread, under PrintLock.
+    void Log(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void LogText(const std::string& text);
+    void FlushLog();
+
+    // The module event thread and the two callbacks that wake it.
+    static void QUILLON_ModuleEventThread(CQuillonDlg* dlg);
+    static void PDU_CALL ModuleEventCallback(T_PDU_EVT_DATA eventType, UNUM32 hMod, UNUM32 hCLL,
+                                             void* pCllTag, void* pAPITag);
+    static void PDU_CALL SystemEventCallback(T_PDU_EVT_DATA eventType, UNUM32 hMod, UNUM32 hCLL,
+                                             void* pCllTag, void* pAPITag);
+
+    // State a view or a test may read.
+    bool IsTimerRunning() const { return m_nTimer != 0; }
+    bool IsEventThreadRunning() const { return m_bEventThreadRunning.load() != 0; }
+    bool IsLibraryLoaded() const { return m_hPduApiDll != nullptr; }
+    const std::string& IniPath() const { return m_IniPath; }
+    const std::string& RootFilePath() const { return m_RootFilePath; }
+    bool MonitorMode() const { return m_bMonitorMode; }
+    int AlignMode() const { return m_AlignMode; }
+
+    // Controls, in the order of the dialog's control table.
+    controls::CComboBoxInfoExt<std::string> m_ApiCombo;
+    controls::Static m_OnlyMorvaneStatic;
+    controls::Button m_UnloadButton;
+    controls::Button m_OpenLastLinkButton;
+    controls::Button m_HistoryMenuButton;
+    controls::Button m_ParseMdfButton;
+    controls::Button m_GetModuleIdsButton;
+    controls::CCheckComboBox m_ModuleCombo;
+    controls::Button m_ModuleConnectButton;
+    controls::Button m_ModuleDisconnectButton;
+    controls::CToolTipComboBox m_ProtocolCombo;
+    controls::CToolTipComboBox m_BustypeCombo;
+    controls::CToolTipComboBox m_PinsCombo;
+    controls::ComboBox m_CableCombo;
+    controls::Edit m_LoLiCreateFlagsEdit;
+    controls::Edit m_LabelEdit;
+    controls::Edit m_ResourceShortNameEdit;
+    controls::Edit m_ResourceStatusEdit;
+    controls::Button m_UpdateResourceStatusButton;
+    controls::Edit m_ConflictingResourcesEdit;
+    controls::Static m_ResourceInfoGroup;
+    controls::Edit m_InfoProtocolEdit;
+    controls::Edit m_InfoBustypeEdit;
+    controls::Edit m_InfoPinsEdit;
+    controls::Button m_DoIpIoCtlButton;
+    controls::Button m_VciWlanStatButton;
+    controls::Button m_SetTracePathButton;
+    controls::Button m_SodConfButton;
+    controls::Button m_BrokerButton;
+    controls::Button m_BusMonitoringButton;
+    controls::Edit m_BusMonitoringEdit;
+    controls::Button m_GetVBattButton;
+    controls::Edit m_VBattEdit;
+    controls::Button m_GetIgnitionStateButton;
+    controls::Edit m_IgnitionEdit;
+    controls::PrintListCtrl m_LogList;
+    controls::Button m_ExitButton;
+    controls::CCheckComboBox m_MonitorVciCombo;
+    controls::Button m_ClearLogButton;
+    controls::CToolTipComboBox m_ChannelCombo;
+    controls::Button m_OpenMoLiButton;
+    controls::Button m_OpenLoLiButton;
+    controls::Button m_AboutButton;
+    controls::Button m_BitmapButton;
+
+private:
+    void RegisterControls();
+    void BindHandlers();
+    bool ResolveIniPath();
+    bool ResolveRootFilePath(const std::string& exeDir);
+    void ReadDisplaySettings();
+    bool FillApiCombo();
+    void ScanCommandLine();
+    void ConfigureModeControls();
+    void StartEventThread();
+    void StopEventThread();
+    void ResetSelectionControls();
+    void ClearWorkingTables();
+    void FreeLibrary();
+    std::string ExecutableDirectory() const;
+
+    StartupOptions m_options;
+
+public:
+    // Members of the main dialog, in their order.
+    uintptr_t m_nTimer = 0;
+    const unsigned m_nTimerId = kLogTimerId;
+    std::atomic<uint32_t> m_bEventThreadRunning{0};
+    std::atomic<uint32_t> m_bEventThreadStop{0};
+    std::thread m_hEventThread;
+    Dialog* m_pDoIpIoCtlDlg = nullptr;
+    Dialog* m_pWlanStatDlg = nullptr;
+    Dialog* m_pTraceOptionsDlg = nullptr;
+    Dialog* m_pSodConfDlg = nullptr;
+    Dialog* m_pBrokerDlg = nullptr;
+    CAboutDlg m_AboutDlg;
+    LinkSlot m_LinkSlots[kLinkSlotCount]{};
+    int m_CurrentModuleIndex = 0;
+    std::recursive_mutex PrintLock;
+    std::vector<std::pair<uint32_t, std::vector<uint32_t>>> m_ModuleLinkRegistry;
+    T_PDU_ERROR m_LastPduStatus = PDU_STATUS_NOERROR;
+    uint32_t m_SelectedResourceId = 0;
+    std::vector<PduModuleRec> m_pPduModules;
+    int m_nPduModules = 0;
+    std::string m_SelectedApiName;
+    std::string m_SelectedApiSupplier;
+    void* m_hPduApiDll = nullptr;
+    bool m_bApiUsable = false;
+    bool m_bPduConstructed = false;
+    std::unique_ptr<PDU_RSC_DATA> m_pRscData;
+    std::vector<PDU_PIN_DATA> m_RscPins;  // the pin pairs m_pRscData points to
+    std::string m_RootFilePath;
+    std::string m_LibraryPath, m_MdfPath, m_CdfPath;
+    std::vector<Dialog*> m_LinkDialogs;
+    bool m_bShowAllApis = false;
+    bool m_bShowVendorName = false;
+    bool m_bMonitorMode = false;
+    int m_AlignMode = 0;
+    PduModuleRec* m_pSelectedModule = nullptr;
+    uint32_t m_SelectedProtocolId = 0;
+    uint32_t m_SelectedBusTypeId = 0;
+    uint32_t m_SelectedMdfResourceId = 0;
+    const CableInfo* m_pSelectedCable = nullptr;
+    CDF_Parser m_CdfParser;
+    std::string m_IniPath;
+    HistoryList m_History;
+    HistoryEntry m_CurrentEntry;
+    bool m_bReplayingHistory = false;
+    int m_HistoryIndex = 0;
+    std::unique_ptr<platform::Semaphore> m_hModuleEventSem;
+    std::unique_ptr<platform::Semaphore> m_hSystemEventSem;
+    std::vector<ErrorCodeInfo> m_ErrorCodes;
+    std::vector<PinTypeInfo> m_PinTypes;
+    std::vector<ModuleTypeInfo> m_ModuleTypes;
+    std::vector<ResourceInfo> m_Resources;
+    std::vector<BusTypeInfo> m_BusTypes;
+    std::vector<ProtocolInfo> m_Protocols;
+    std::vector<ComParamInfo> m_ComParams;
+
+    std::string m_Title;
+};

@@ -1,0 +1,73 @@
+// The toolkit services without a window system: message boxes, file boxes and modal dialogs are
+// answered by the script driver, timers fire while the driver waits.
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <ostream>
+#include <vector>
+
+#include "ui/Ui.h"
+
+class HeadlessUi : public ui::Ui {
+public:
+    using Clock = std::chrono::steady_clock;
+    // Runs a modal dialog: the driver feeds it script commands until it ends.
+    using ModalRunner = std::function<int(Dialog&)>;
+
+    explicit HeadlessUi(std::ostream& out);
+
+    int MessageBox(const std::string& text, const std::string& caption, unsigned type) override;
+    int RunModal(Dialog& dialog) override;
+    void ShowModeless(Dialog& dialog) override;
+    void DestroyWindow(Dialog& dialog) override;
+    void PlaceWindow(Dialog& dialog, ui::Placement placement) override {}
+    std::optional<std::string> FileBox(const ui::FileBoxRequest& request) override;
+    int PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items) override;
+    bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) override;
+    void KillTimer(Dialog& dialog, unsigned id) override;
+    void SetClipboardText(const std::string& text) override;
+    void RedrawNow(Dialog& dialog) override {}
+
+    // Script answers.
+    void ExpectMessageBox(const std::string& text);
+    void QueueFileAnswer(std::optional<std::string> path);
+    void QueueMenuAnswer(int command);
+    void SetModalRunner(ModalRunner runner) { m_modalRunner = std::move(runner); }
+
+    // Fires due timers until `duration` has passed, or until `until` answers true.
+    void Pump(std::chrono::milliseconds duration, const std::function<bool()>& until = {});
+    // Forgets the timers of a dialog that goes away.
+    void ForgetDialog(Dialog& dialog);
+
+    // Open windows, oldest first (modal ones included while they run).
+    std::vector<Dialog*> Windows() const;
+    void PushWindow(Dialog& dialog);
+    void RemoveWindow(Dialog& dialog);
+
+    // The first failed expectation, empty while all went as expected.
+    const std::string& Failure() const { return m_failure; }
+    bool HasPendingBoxExpectation() const { return !m_expectedBoxes.empty(); }
+    const std::string& Clipboard() const { return m_clipboard; }
+
+private:
+    struct Timer {
+        unsigned periodMs;
+        Clock::time_point due;
+    };
+    void FireDueTimers();
+
+    std::ostream& m_out;
+    std::deque<std::string> m_expectedBoxes;
+    std::deque<std::optional<std::string>> m_fileAnswers;
+    std::deque<int> m_menuAnswers;
+    ModalRunner m_modalRunner;
+    std::map<std::pair<Dialog*, unsigned>, Timer> m_timers;
+    std::vector<Dialog*> m_windows;
+    std::string m_failure;
+    std::string m_clipboard;
+    mutable std::mutex m_mutex;
+};

@@ -1,0 +1,303 @@
+#include "headless/ScriptDriver.h"
+
+#include <algorithm>
+#include <regex>
+
+#include "controls/Button.h"
+#include "controls/CCheckComboBox.h"
+#include "controls/CheckBox.h"
+#include "controls/ComboBox.h"
+#include "controls/Edit.h"
+#include "controls/PrintListCtrl.h"
+#include "ui/Dialog.h"
+
+namespace {
+
+constexpr int kDefaultWaitLogMs = 5000;
+
+std::string Join(const std::vector<std::string>& words, size_t from)
+{
+    std::string text;
+    for (size_t i = from; i < words.size(); ++i) text += (i > from ? " " : "") + words[i];
+    return text;
+}
+
+}  // namespace
+
+ScriptDriver::ScriptDriver(HeadlessUi& ui, std::ostream& out) : m_ui(ui), m_out(out)
+{
+    m_ui.SetModalRunner([this](Dialog& dialog) { return RunModal(dialog); });
+}
+
+void ScriptDriver::SetScript(std::istream& script)
+{
+    m_lines.clear();
+    m_next = 0;
+    for (std::string line; std::getline(script, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        m_lines.push_back(line);
+    }
+}
+
+std::vector<std::string> ScriptDriver::SplitLine(const std::string& line)
+{
+    std::vector<std::string> words;
+    size_t i = 0;
+    while (i < line.size()) {
+        while (i < line.size() && (line[i] == ' ' || line[i] == '\t')) ++i;
+        if (i >= line.size()) break;
+        std::string word;
+        if (line[i] == '"') {
+            for (++i; i < line.size() && line[i] != '"'; ++i) {
+                if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == '"') ++i;
+                word += line[i];
+            }
+            ++i;
+        } else {
+            while (i < line.size() && line[i] != ' ' && line[i] != '\t') word += line[i++];
+        }
+        words.push_back(word);
+    }
+    return words;
+}
+
+int ScriptDriver::RunMain(Dialog& mainDialog)
+{
+    m_ui.PushWindow(mainDialog);
+    mainDialog.OnInitDialog();
+    RunCommands(nullptr);
+    if (!mainDialog.IsEnded()) mainDialog.OnClose();
+    m_ui.RemoveWindow(mainDialog);
+    m_ui.ForgetDialog(mainDialog);
+    if (!m_failed && m_ui.HasPendingBoxExpectation()) Fail("box: an expected message box never showed");
+    if (!m_failed && !m_ui.Failure().empty()) Fail(m_ui.Failure());
+    return m_failed ? 1 : 0;
+}
+
+int ScriptDriver::RunModal(Dialog& dialog)
+{
+    m_ui.PushWindow(dialog);
+    Dialog* previous = m_chosen;
+    m_chosen = nullptr;
+    if (dialog.OnInitDialog() && !dialog.IsEnded()) RunCommands(&dialog);
+    if (!dialog.IsEnded()) dialog.EndDialog(ui::IDCANCEL);  // the script ran out
+    m_ui.RemoveWindow(dialog);
+    m_ui.ForgetDialog(dialog);
+    m_chosen = previous;
+    return dialog.EndCode();
+}
+
+bool ScriptDriver::RunCommands(Dialog* modal)
+{
+    while (!m_failed && m_next < m_lines.size()) {
+        if (modal && modal->IsEnded()) return true;
+        const std::string& line = m_lines[m_next++];
+        const auto words = SplitLine(line);
+        if (words.empty() || words[0][0] == '#') continue;
+        if (!Execute(words)) return false;
+        if (!m_ui.Failure().empty()) return Fail(m_ui.Failure());
+        if (modal && modal->IsEnded()) return true;
+    }
+    return !m_failed;
+}
+
+Dialog* ScriptDriver::Target()
+{
+    const auto windows = m_ui.Windows();
+    if (m_chosen && std::find(windows.begin(), windows.end(), m_chosen) != windows.end()) return m_chosen;
+    return windows.empty() ? nullptr : windows.back();
+}
+
+bool ScriptDriver::Fail(const std::string& reason)
+{
+    if (!m_failed) m_out << "[fail] line " << m_next << ": " << reason << std::endl;
+    m_failed = true;
+    return false;
+}
+
+bool ScriptDriver::Execute(const std::vector<std::string>& w)
+{
+    const std::string& cmd = w[0];
+    if (cmd == "select") return CmdSelect(w);
+    if (cmd == "type") return CmdType(w);
+    if (cmd == "check") return CmdCheck(w);
+    if (cmd == "click") return CmdClick(w);
+    if (cmd == "window") return CmdWindow(w);
+    if (cmd == "box") {
+        m_ui.ExpectMessageBox(Join(w, 1));
+        return true;
+    }
+    if (cmd == "file") {
+        if (w.size() < 2) return Fail("file: a path or cancel is needed");
+        m_ui.QueueFileAnswer(w[1] == "cancel" ? std::nullopt : std::optional<std::string>(Join(w, 1)));
+        return true;
+    }
+    if (cmd == "menu") {
+        if (w.size() < 2) return Fail("menu: a command id is needed");
+        m_ui.QueueMenuAnswer(std::atoi(w[1].c_str()));
+        return true;
+    }
+    if (cmd == "modal") return CmdModal(w);
+    if (cmd == "wait") {
+        m_ui.Pump(std::chrono::milliseconds(w.size() > 1 ? std::atoi(w[1].c_str()) : 0));
+        return true;
+    }
+    if (cmd == "waitlog") return CmdWaitLog(w);
+    if (cmd == "log") return CmdLog();
+    if (cmd == "print") return CmdPrint(w);
+    return Fail("unknown command \"" + cmd + "\"");
+}
+
+namespace {
+
+controls::Control* FindNamed(Dialog* target, const std::string& name)
+{
+    return target ? target->FindControlByName(name) : nullptr;
+}
+
+}  // namespace
+
+bool ScriptDriver::CmdSelect(const std::vector<std::string>& w)
+{
+    if (w.size() < 3) return Fail("select: a control and an item are needed");
+    auto* combo = dynamic_cast<controls::ComboBox*>(FindNamed(Target(), w[1]));
+    if (!combo) return Fail("select: no combo box \"" + w[1] + "\"");
+    const std::string item = Join(w, 2);
+    const auto items = combo->Items();
+    for (size_t i = 0; i < items.size(); ++i) {
+        if (items[i].text == item) {
+            combo->UserSelect(static_cast<int>(i));
+            return true;
+        }
+    }
+    return Fail("select: \"" + w[1] + "\" has no item \"" + item + "\"");
+}
+
+bool ScriptDriver::CmdType(const std::vector<std::string>& w)
+{
+    if (w.size() < 2) return Fail("type: a control is needed");
+    controls::Control* c = FindNamed(Target(), w[1]);
+    const std::string text = Join(w, 2);
+    if (auto* edit = dynamic_cast<controls::Edit*>(c)) {
+        edit->SetWindowText(text);
+        return true;
+    }
+    if (auto* combo = dynamic_cast<controls::ComboBox*>(c)) {
+        combo->UserType(text);
+        return true;
+    }
+    return Fail("type: no edit or combo box \"" + w[1] + "\"");
+}
+
+bool ScriptDriver::CmdCheck(const std::vector<std::string>& w)
+{
+    if (w.size() < 3) return Fail("check: a control and on|off are needed");
+    auto* box = dynamic_cast<controls::CheckBox*>(FindNamed(Target(), w[1]));
+    if (!box) return Fail("check: no check box \"" + w[1] + "\"");
+    box->UserSetCheck(w[2] == "on" ? 1 : 0);
+    return true;
+}
+
+bool ScriptDriver::CmdClick(const std::vector<std::string>& w)
+{
+    if (w.size() < 2) return Fail("click: a control is needed");
+    auto* button = dynamic_cast<controls::Button*>(FindNamed(Target(), Join(w, 1)));
+    if (!button) return Fail("click: no button \"" + Join(w, 1) + "\"");
+    button->Click();
+    return true;
+}
+
+bool ScriptDriver::CmdWindow(const std::vector<std::string>& w)
+{
+    const std::string part = Join(w, 1);
+    for (Dialog* d : m_ui.Windows()) {
+        if (d->GetWindowText().find(part) != std::string::npos) {
+            m_chosen = d;
+            return true;
+        }
+    }
+    return Fail("window: no open window titled with \"" + part + "\"");
+}
+
+bool ScriptDriver::CmdModal(const std::vector<std::string>& w)
+{
+    const auto windows = m_ui.Windows();
+    if (windows.size() < 2) return Fail("modal: no modal dialog is open");
+    Dialog* modal = windows.back();
+    const bool ok = w.size() > 1 && w[1] == "ok";
+    // A dialog's own OK or Cancel button runs its checks; without one the dialog just ends.
+    auto* button = dynamic_cast<controls::Button*>(modal->FindControlByName(ok ? "OK" : "Cancel"));
+    if (button && modal->HasHandler(button->Id(), controls::Notification::Clicked))
+        button->Click();
+    else
+        modal->EndDialog(ok ? ui::IDOK : ui::IDCANCEL);
+    return true;
+}
+
+bool ScriptDriver::CmdWaitLog(const std::vector<std::string>& w)
+{
+    if (w.size() < 2) return Fail("waitlog: a pattern is needed");
+    const int ms = w.size() > 2 ? std::atoi(w[2].c_str()) : kDefaultWaitLogMs;
+    Dialog* target = Target();
+    controls::PrintListCtrl* log = target ? target->LogList() : nullptr;
+    if (!log) return Fail("waitlog: the window has no log");
+    std::regex pattern;
+    try {
+        pattern = std::regex(w[1]);
+    } catch (const std::regex_error&) {
+        return Fail("waitlog: bad pattern \"" + w[1] + "\"");
+    }
+    const auto matches = [&] {
+        for (const std::string& row : log->Rows()) {
+            if (std::regex_search(row, pattern)) return true;
+        }
+        return false;
+    };
+    m_ui.Pump(std::chrono::milliseconds(ms), matches);
+    return matches() ? true : Fail("waitlog: no row matching \"" + w[1] + "\" within " + std::to_string(ms) + " ms");
+}
+
+bool ScriptDriver::CmdLog()
+{
+    Dialog* target = Target();
+    controls::PrintListCtrl* log = target ? target->LogList() : nullptr;
+    if (!log) return Fail("log: the window has no log");
+    for (const std::string& row : log->Rows()) m_out << row << "\n";
+    m_out.flush();
+    return true;
+}
+
+bool ScriptDriver::CmdPrint(const std::vector<std::string>& w)
+{
+    if (w.size() < 2) return Fail("print: a control is needed");
+    const bool items = w.size() > 2 && w.back() == "items";
+    const std::string name = items ? Join(std::vector<std::string>(w.begin(), w.end() - 1), 1) : Join(w, 1);
+    Dialog* target = Target();
+    if (name == "title" && target) {
+        m_out << "[title] " << target->GetWindowText() << std::endl;
+        return true;
+    }
+    controls::Control* c = FindNamed(target, name);
+    if (!c) return Fail("print: no control \"" + name + "\"");
+    m_out << "[" << name << "]";
+    if (auto* combo = dynamic_cast<controls::ComboBox*>(c)) {
+        if (items) {
+            m_out << "\n";
+            auto* check = dynamic_cast<controls::CCheckComboBox*>(c);
+            const auto all = combo->Items();
+            for (size_t i = 0; i < all.size(); ++i)
+                m_out << (check && check->GetCheck(static_cast<int>(i)) ? "[x] " : "") << all[i].text << "\n";
+        } else {
+            const int sel = combo->GetCurSel();
+            m_out << " " << (sel >= 0 ? combo->GetLBText(sel) : combo->GetWindowText()) << "\n";
+        }
+    } else if (auto* edit = dynamic_cast<controls::Edit*>(c)) {
+        m_out << " " << edit->GetWindowText() << "\n";
+    } else if (auto* box = dynamic_cast<controls::CheckBox*>(c)) {
+        m_out << " " << box->GetCheck() << "\n";
+    } else {
+        m_out << " visible=" << c->IsVisible() << " enabled=" << c->IsWindowEnabled() << "\n";
+    }
+    m_out.flush();
+    return true;
+}

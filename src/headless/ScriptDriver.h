@@ -1,0 +1,50 @@
+// Drives dialogs from a script, one command a line, as a user would with mouse and keyboard.
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "headless/HeadlessUi.h"
+
+class Dialog;
+
+class ScriptDriver {
+public:
+    ScriptDriver(HeadlessUi& ui, std::ostream& out);
+
+    // Loads the script; returns false with a message on `error` when it can't be read.
+    void SetScript(std::istream& script);
+    // Shows the main dialog, runs the script against it and ends it. Returns the exit code:
+    // 0 when every expectation held, 1 otherwise.
+    int RunMain(Dialog& mainDialog);
+
+    // Splits a script line into words; double quotes hold blanks, \" inside them is a quote.
+    static std::vector<std::string> SplitLine(const std::string& line);
+
+private:
+    int RunModal(Dialog& dialog);
+    // Runs commands until `stop` is true or the script ends; false after a failure.
+    bool RunCommands(Dialog* modal);
+    bool Execute(const std::vector<std::string>& words);
+    Dialog* Target();
+    bool Fail(const std::string& reason);
+
+    bool CmdSelect(const std::vector<std::string>& w);
+    bool CmdType(const std::vector<std::string>& w);
+    bool CmdCheck(const std::vector<std::string>& w);
+    bool CmdClick(const std::vector<std::string>& w);
+    bool CmdWindow(const std::vector<std::string>& w);
+    bool CmdModal(const std::vector<std::string>& w);
+    bool CmdWaitLog(const std::vector<std::string>& w);
+    bool CmdLog();
+    bool CmdPrint(const std::vector<std::string>& w);
+
+    HeadlessUi& m_ui;
+    std::ostream& m_out;
+    std::vector<std::string> m_lines;
+    size_t m_next = 0;
+    Dialog* m_chosen = nullptr;
+    bool m_failed = false;
+};
