@@ -128,8 +128,9 @@ bool AtomicFileUpdate::Commit(const std::string& text)
     if (fd < 0)
         return false;
     struct stat info {};
-    bool ok = fstat(m_fd, &info) == 0 && fchmod(fd, info.st_mode & 07777) == 0 && WriteAll(fd, text) &&
-              fsync(fd) == 0;
+    // No fsync: the rename alone keeps a crashed process from leaving half a file, and a
+    // settings write per key must stay cheap.
+    bool ok = fstat(m_fd, &info) == 0 && fchmod(fd, info.st_mode & 07777) == 0 && WriteAll(fd, text);
     ok = close(fd) == 0 && ok;
     if (ok)
         ok = rename(temporary.c_str(), m_path.c_str()) == 0;
