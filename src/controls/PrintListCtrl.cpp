@@ -85,6 +85,20 @@ void PrintListCtrl::Clear() {
 }
 
 PrintListCtrl::FlushResult PrintListCtrl::Flush() {
+    FlushResult result = TakeChanges();
+    if (!result.changed)
+        return result;
+    FlushListener listener;
+    {
+        std::lock_guard lock(Mutex());
+        listener = m_flushListener;
+    }
+    if (listener)
+        listener(result);
+    return result;
+}
+
+PrintListCtrl::FlushResult PrintListCtrl::TakeChanges() {
     std::lock_guard lock(m_ringMutex);
     FlushResult result;
     result.previousRowCount = m_shownCount;
@@ -100,6 +114,11 @@ PrintListCtrl::FlushResult PrintListCtrl::Flush() {
     result.cleared = m_cleared;
     m_shifted = m_cleared = false;
     return result;
+}
+
+void PrintListCtrl::SetFlushListener(FlushListener listener) {
+    std::lock_guard lock(Mutex());
+    m_flushListener = std::move(listener);
 }
 
 int PrintListCtrl::GetItemCount() const {

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -35,7 +36,13 @@ public:
         bool cleared = false;          // Clear ran since the last flush
     };
 
+    using FlushListener = std::function<void(const FlushResult&)>;
+
     explicit PrintListCtrl(int id = 0, std::string caption = {});
+
+    // The view showing the list hears of every flush that changed something, on the flushing
+    // (UI) thread, after the ring is unlocked.
+    void SetFlushListener(FlushListener listener);
 
     // The one log column: empty heading, 600 wide, left.
     void Prepare();
@@ -57,6 +64,7 @@ public:
     uint32_t RowCount() const;
 
 private:
+    FlushResult TakeChanges();
     void Append(uint32_t col, const char* text, size_t length);
     void EndRow();
     std::string& Cell(uint32_t ringRow, uint32_t col) { return m_cells[ringRow * COLUMNS + col]; }
@@ -75,6 +83,7 @@ private:
     bool m_shifted = false;
     bool m_cleared = false;
     uint32_t m_shownCount = 0;
+    FlushListener m_flushListener;
 };
 
 }  // namespace controls
