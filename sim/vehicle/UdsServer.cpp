@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ObdResponder.h"
 #include "UdsCodes.h"
 
 namespace pdusim {
@@ -90,6 +91,11 @@ void UdsServer::EnterSession(uint8_t session) {
 }
 
 UdsServer::Reply UdsServer::Dispatch(const Bytes& request, TimePoint now) {
+    if (m_config.obd && ObdResponder::Handles(request[0])) {
+        Bytes answer = ObdResponder::Answer(request, m_dtcs, m_config.vin);
+        if (answer.empty()) return {};
+        return {{std::move(answer)}};
+    }
     switch (request[0]) {
         case sid::kSessionControl: return SessionControl(request);
         case sid::kEcuReset: return EcuReset(request);

@@ -30,6 +30,7 @@ struct UdsEcuConfig {
     std::vector<Dtc> dtcs;
     uint32_t responseDelayUs = 5000;
     uint32_t seedStart = 1;
+    bool obd = false;  // answers emission-related OBD modes 01, 03, 04, 09
 };
 
 class UdsServer {

@@ -52,6 +52,7 @@ UdsEcuConfig EngineConfig(uint32_t delayUs) {
     config.dtcs = {{0x030100, 0x2F}, {0x042000, 0x28}, {0xC10000, 0x24}};  // P0301, P0420, U0100
     config.responseDelayUs = delayUs;
     config.seedStart = 0x1000;
+    config.obd = true;
     return config;
 }
 
