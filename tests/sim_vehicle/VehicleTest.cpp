@@ -196,12 +196,6 @@ TEST(Vehicle, DoipAndCanEnginesKeepSeparateState) {
     EXPECT_EQ(vehicle.Request(doip)[0].data, (Bytes{0x62, 0xF1, 0x86, 0x01}));
 }
 
-TEST(Vehicle, BusTrafficMatchesTheRawNode) {
-    Vehicle vehicle;
-    EXPECT_EQ(vehicle.BusTraffic(10).size(), 5u);
-    EXPECT_EQ(vehicle.BusTraffic(10), vehicle.BusTraffic(10));
-}
-
 TEST(Vehicle, ConcurrentRequestsStayConsistent) {
     Vehicle vehicle;
     constexpr int kThreads = 4;
