@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "controls/CListCtrlEx.h"
+
 namespace {
 
 std::string Lower(std::string s)
@@ -48,6 +50,8 @@ controls::Control* Dialog::FindControlByName(const std::string& name) const
 void Dialog::AddControl(controls::Control& control)
 {
     m_controls.push_back(&control);
+    if (auto* list = dynamic_cast<controls::CListCtrlEx*>(&control))
+        list->SetClipboardSink([this](const std::string& text) { m_ui.SetClipboardText(text); });
     control.SetNotifier([this](int id, controls::Notification n) { Dispatch(id, n); });
 }
 

@@ -1,0 +1,196 @@
+#include "qt/ControlBinder.h"
+
+#include <QAbstractItemView>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QStandardItemModel>
+#include <atomic>
+#include <memory>
+
+#include "controls/Button.h"
+#include "controls/CCheckComboBox.h"
+#include "controls/CToolTipComboBox.h"
+#include "controls/CheckBox.h"
+#include "controls/ComboBox.h"
+#include "controls/Edit.h"
+#include "controls/PrintListCtrl.h"
+#include "controls/Static.h"
+#include "qt/LogView.h"
+
+namespace {
+
+constexpr const char* kSyncProperty = "quillonSync";
+
+// Stored on the widget: re-reads the control into the widget. Runs on the GUI thread only.
+struct Syncer : QObject {
+    std::function<void()> sync;
+    std::atomic<bool> pending{false};
+};
+
+void ApplyCommonState(const controls::Control& control, QWidget* widget)
+{
+    widget->setVisible(control.IsVisible());
+    widget->setEnabled(control.IsWindowEnabled());
+}
+
+QString Text(const std::string& s)
+{
+    return QString::fromLocal8Bit(s.c_str(), static_cast<int>(s.size()));
+}
+
+// Observer for any thread: at most one queued sync per widget at a time.
+void Attach(controls::Control& control, QWidget* widget, std::function<void()> sync)
+{
+    auto* syncer = new Syncer;
+    syncer->setParent(widget);
+    syncer->sync = std::move(sync);
+    widget->setProperty(kSyncProperty, QVariant::fromValue(static_cast<QObject*>(syncer)));
+    QPointer<Syncer> guard(syncer);
+    const int token = control.AddObserver([guard, syncer](const controls::Control&) {
+        if (syncer->pending.exchange(true)) return;
+        QMetaObject::invokeMethod(
+            syncer,
+            [guard] {
+                if (!guard) return;
+                guard->pending = false;
+                guard->sync();
+            },
+            Qt::QueuedConnection);
+    });
+    QObject::connect(widget, &QObject::destroyed, [&control, token] { control.RemoveObserver(token); });
+    syncer->sync();
+}
+
+QWidget* BindEdit(controls::Edit& edit, QWidget* parent)
+{
+    auto* w = new QLineEdit(parent);
+    QObject::connect(w, &QLineEdit::textEdited, w, [&edit](const QString& t) { edit.SetWindowText(t.toStdString()); });
+    Attach(edit, w, [&edit, w] {
+        const QString text = Text(edit.GetWindowText());
+        if (w->text() != text) w->setText(text);
+        w->setReadOnly(edit.IsReadOnly());
+        ApplyCommonState(edit, w);
+    });
+    return w;
+}
+
+QWidget* BindButton(controls::Button& button, QWidget* parent)
+{
+    auto* w = new QPushButton(Text(button.Caption()), parent);
+    w->setAutoDefault(false);
+    QObject::connect(w, &QPushButton::clicked, w, [&button] { button.Click(); });
+    Attach(button, w, [&button, w] {
+        w->setText(Text(button.Caption()));
+        ApplyCommonState(button, w);
+    });
+    return w;
+}
+
+QWidget* BindCheckBox(controls::CheckBox& box, QWidget* parent)
+{
+    auto* w = new QCheckBox(Text(box.Caption()), parent);
+    QObject::connect(w, &QCheckBox::clicked, w, [&box](bool on) { box.UserSetCheck(on ? 1 : 0); });
+    Attach(box, w, [&box, w] {
+        w->setChecked((box.GetCheck() & 1) != 0);
+        ApplyCommonState(box, w);
+    });
+    return w;
+}
+
+QWidget* BindStatic(controls::Static& label, QWidget* parent)
+{
+    auto* w = new QLabel(Text(label.Caption()), parent);
+    Attach(label, w, [&label, w] {
+        w->setText(Text(label.Caption()));
+        ApplyCommonState(label, w);
+    });
+    return w;
+}
+
+void SyncComboItems(controls::ComboBox& combo, QComboBox* w)
+{
+    auto* check = dynamic_cast<controls::CCheckComboBox*>(&combo);
+    const auto items = combo.Items();
+    const QSignalBlocker block(w);
+    bool same = w->count() == static_cast<int>(items.size());
+    for (int i = 0; same && i < w->count(); ++i) same = w->itemText(i) == Text(items[static_cast<size_t>(i)].text);
+    if (!same) {
+        w->clear();
+        for (const auto& item : items) w->addItem(Text(item.text));
+    }
+    if (check) {
+        auto* model = qobject_cast<QStandardItemModel*>(w->model());
+        for (int i = 0; model && i < w->count(); ++i) {
+            if (QStandardItem* item = model->item(i)) {
+                item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+                item->setCheckState(check->GetCheck(i) ? Qt::Checked : Qt::Unchecked);
+            }
+        }
+    }
+    w->setCurrentIndex(combo.GetCurSel());
+    if (combo.HasEdit() && w->lineEdit()) {
+        const QString text = Text(combo.GetWindowText());
+        if (w->lineEdit()->text() != text) w->lineEdit()->setText(text);
+    }
+    if (auto* tip = dynamic_cast<controls::CToolTipComboBox*>(&combo)) {
+        const std::string tooltip = check ? check->GetCheckedText() : tip->TooltipText();
+        w->setToolTip(Text(tooltip));
+    }
+}
+
+QWidget* BindCombo(controls::ComboBox& combo, QWidget* parent)
+{
+    auto* w = new QComboBox(parent);
+    w->setEditable(combo.HasEdit());
+    w->setInsertPolicy(QComboBox::NoInsert);
+    w->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    w->setMinimumContentsLength(12);
+    QObject::connect(w, qOverload<int>(&QComboBox::activated), w, [&combo](int index) { combo.UserSelect(index); });
+    if (w->lineEdit()) {
+        QObject::connect(w->lineEdit(), &QLineEdit::textEdited, w,
+                         [&combo](const QString& t) { combo.UserType(t.toStdString()); });
+    }
+    Attach(combo, w, [&combo, w] {
+        SyncComboItems(combo, w);
+        ApplyCommonState(combo, w);
+    });
+    return w;
+}
+
+QWidget* BindLog(controls::PrintListCtrl& log, QWidget* parent)
+{
+    auto* w = new LogView(log, 1, parent);
+    Attach(log, w, [&log, w] { ApplyCommonState(log, w); });
+    return w;
+}
+
+}  // namespace
+
+namespace ControlBinder {
+
+QWidget* CreateWidget(controls::Control& control, QWidget* parent)
+{
+    if (auto* log = dynamic_cast<controls::PrintListCtrl*>(&control)) return BindLog(*log, parent);
+    if (auto* combo = dynamic_cast<controls::ComboBox*>(&control)) return BindCombo(*combo, parent);
+    if (auto* edit = dynamic_cast<controls::Edit*>(&control)) return BindEdit(*edit, parent);
+    if (auto* box = dynamic_cast<controls::CheckBox*>(&control)) return BindCheckBox(*box, parent);
+    if (auto* button = dynamic_cast<controls::Button*>(&control)) return BindButton(*button, parent);
+    if (auto* label = dynamic_cast<controls::Static*>(&control)) return BindStatic(*label, parent);
+    return new QLabel(Text(control.Caption()), parent);
+}
+
+void SyncAll(QWidget* root)
+{
+    // Logs follow their list's flush by themselves; other widgets follow their observers.
+    for (QWidget* w : root->findChildren<QWidget*>()) {
+        QObject* syncer = w->property(kSyncProperty).value<QObject*>();
+        if (auto* s = static_cast<Syncer*>(syncer)) s->sync();
+    }
+}
+
+}  // namespace ControlBinder
