@@ -1,0 +1,111 @@
+// A ComLogicalLink: its resource, state, ComParam sets, URID table, filters, event queue,
+// and the ComPrimitives it runs. All members are guarded by the library's lock.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ComPrimitive.h"
+#include "EventQueue.h"
+#include "LinkContext.h"
+#include "MdfCatalog.h"
+#include "SimModule.h"
+#include "pdu/MorvaneExtensions.h"
+
+namespace pdusim {
+
+struct UridEntry {
+    uint32_t uniqueRespId = 0;
+    std::map<uint32_t, ParamValue> params;
+};
+
+class ComLogicalLink {
+public:
+    ComLogicalLink(uint32_t handle, SimModule& module, const MdfResource& resource, const MdfCatalog& catalog,
+                   void* tag, std::vector<uint8_t> createFlags);
+
+    uint32_t Handle() const { return m_handle; }
+    SimModule& Module() { return m_module; }
+    const MdfResource& Resource() const { return m_resource; }
+    const std::string& ProtocolName() const { return m_protocolName; }
+    void* Tag() const { return m_tag; }
+    T_PDU_STATUS State() const { return m_state; }
+    bool IsDirectCan() const { return m_protocolName == "MSP_MRVNE_CAN"; }
+
+    void SetState(T_PDU_STATUS state, LinkContext& context);
+    // Ends every ComPrimitive with PDU_COPST_CANCELLED (disconnect, lost module).
+    void CancelAll(LinkContext& context);
+
+    T_PDU_ERROR GetParam(uint32_t id, PDU_PARAM_ITEM** item) const;
+    T_PDU_ERROR SetParam(const PDU_PARAM_ITEM& item);
+    PDU_UNIQUE_RESP_ID_TABLE_ITEM* UridTableItem() const;
+    T_PDU_ERROR SetUridTable(const PDU_UNIQUE_RESP_ID_TABLE_ITEM& table);
+
+    T_PDU_ERROR Start(T_PDU_COPT type, const std::vector<uint8_t>& data, const PDU_COP_CTRL_DATA* control,
+                      void* tag, uint32_t handle);
+    T_PDU_ERROR Cancel(uint32_t hCop, LinkContext& context);
+    // Status of a ComPrimitive, also after it ended; false for a handle the link never had.
+    bool CopStatus(uint32_t hCop, T_PDU_STATUS& status) const;
+
+    std::optional<SteadyTime> NextDue() const;
+    void Run(SteadyTime now, LinkContext& context);
+
+    T_PDU_ERROR StartFilters(const PDU_IO_FILTER_LIST& list);
+    T_PDU_ERROR StopFilter(uint32_t number);
+    void ClearFilters() { m_filters.clear(); }
+    void SuspendTxQueue(bool suspended) { m_txSuspended = suspended; }
+    void ClearTxQueue(LinkContext& context);
+
+    EventQueue events;
+    LastError lastError;
+    std::deque<SeCanMessage> directCanFrames;
+    int directCanEventFd = -1;
+    uint32_t lockMask = 0;
+
+private:
+    bool RunOnce(SteadyTime now, LinkContext& context);
+    void Step(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void Begin(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void StepSendRecv(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void Send(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void ReceiveDue(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void FeedBusTraffic(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void CycleComplete(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    void Finish(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime now, LinkContext& context);
+    void ScheduleNext(ComPrimitive& cop);
+    void Deliver(ComPrimitive& cop, const PendingResponse& response, LinkContext& context);
+    void EmitError(ComPrimitive& cop, T_PDU_ERR_EVT code, uint32_t extra, SteadyTime now, LinkContext& context);
+
+    uint32_t Param(const std::map<uint32_t, ParamValue>& set, const char* name, uint32_t fallback) const;
+    uint32_t UridParam(const UridEntry& entry, const ComPrimitive& cop, const char* name, uint32_t fallback) const;
+    VehicleRequest BuildRequest(const ComPrimitive& cop) const;
+    uint32_t ResponseUrid(const ComPrimitive& cop, uint32_t source, bool& known) const;
+    const ExpectedResponse* Match(const ComPrimitive& cop, const std::vector<uint8_t>& data, uint32_t urid) const;
+    bool PassesFilters(const std::vector<uint8_t>& data) const;
+    bool IsRaw() const { return m_protocolName == "ISO_11898_RAW" || IsDirectCan(); }
+
+    uint32_t m_handle;
+    SimModule& m_module;
+    const MdfResource m_resource;
+    std::string m_protocolName;
+    VehicleBus m_bus = VehicleBus::Can;
+    void* m_tag;
+    std::vector<uint8_t> m_createFlags;
+    T_PDU_STATUS m_state = PDU_CLLST_OFFLINE;
+    std::map<std::string, uint32_t> m_paramIds;
+    std::map<uint32_t, ParamValue> m_working;
+    std::map<uint32_t, ParamValue> m_active;
+    std::vector<UridEntry> m_urids;
+    std::vector<PDU_IO_FILTER_DATA> m_filters;
+    bool m_txSuspended = false;
+    std::deque<std::shared_ptr<ComPrimitive>> m_cops;
+    std::map<uint32_t, T_PDU_STATUS> m_endedCops;
+    uint32_t m_trafficIndex = 0;
+};
+
+}  // namespace pdusim

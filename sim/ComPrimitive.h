@@ -1,0 +1,58 @@
+// One ComPrimitive of a link: what the host asked for, and how far it has come.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <vector>
+
+#include "ParamValue.h"
+#include "vehicle/Vehicle.h"
+
+namespace pdusim {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+struct ExpectedResponse {
+    uint32_t responseType = 0;
+    uint32_t acceptanceId = 0;
+    std::vector<uint8_t> mask;
+    std::vector<uint8_t> pattern;
+    std::vector<uint32_t> uniqueRespIds;
+};
+
+struct PendingResponse {
+    SteadyTime due;
+    VehicleResponse response;
+};
+
+struct ComPrimitive {
+    uint32_t handle = 0;
+    T_PDU_COPT type = 0;
+    std::vector<uint8_t> data;
+    void* tag = nullptr;
+    uint32_t timeMs = 0;
+    int32_t sendCycles = 1;
+    int32_t receiveCycles = 1;
+    std::vector<uint8_t> txFlags;
+    std::vector<ExpectedResponse> expected;
+    std::map<uint32_t, ParamValue> params;  // the set this ComPrimitive runs with
+
+    T_PDU_STATUS status = PDU_COPST_IDLE;
+    bool started = false;
+    bool done = false;
+    bool background = false;  // cyclic or endless: runs beside the queue
+    bool awaiting = false;
+    int32_t sendsDone = 0;
+    int32_t receivedThisCycle = 0;
+    SteadyTime nextAction{};
+    SteadyTime cycleStart{};
+    SteadyTime deadline{};
+    SteadyTime nextTraffic{};
+    uint32_t trafficPeriod = 0;
+    uint32_t txDoneTimestamp = 0;
+    std::deque<PendingResponse> pending;
+};
+
+}  // namespace pdusim

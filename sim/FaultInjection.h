@@ -1,0 +1,33 @@
+// Fault injection from the environment variable PDUSIM_FAULTS, read at PDUConstruct:
+//   fail:<function>=<code>   the named API function returns <code> (number, any base)
+//   missing:<n>[,<m>...]     simulated module number n (from 1) is not plugged in at start
+//   slow:<factor>            ECU answers take <factor> times as long
+// Entries are separated by ';'. Unknown entries are ignored.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace pdusim {
+
+class FaultInjection {
+public:
+    static FaultInjection Parse(const std::string& text);
+    static FaultInjection FromEnvironment();
+
+    std::optional<uint32_t> FailureOf(const std::string& function) const;
+    bool IsMissing(uint32_t moduleNumber) const { return m_missing.count(moduleNumber) != 0; }
+    uint32_t SlowFactor() const { return m_slowFactor; }
+
+private:
+    void ParseEntry(const std::string& entry);
+
+    std::map<std::string, uint32_t> m_failures;
+    std::set<uint32_t> m_missing;
+    uint32_t m_slowFactor = 1;
+};
+
+}  // namespace pdusim

@@ -1,0 +1,200 @@
+#include "SimSystem.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+#include "ItemFactory.h"
+
+namespace pdusim {
+namespace {
+
+std::string LibraryDirectory() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&LibraryDirectory), &info) == 0 || info.dli_fname == nullptr) return ".";
+    const std::string path = info.dli_fname;
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+std::string MdfPath() {
+    const char* overridden = std::getenv("PDUSIM_MDF");
+    if (overridden != nullptr && *overridden != '\0') return overridden;
+    return LibraryDirectory() + "/pdusim_mdf.xml";
+}
+
+}  // namespace
+
+SimSystem& SimSystem::Instance() {
+    static SimSystem instance;
+    return instance;
+}
+
+SimSystem::~SimSystem() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_constructed) Destruct(lock);
+}
+
+T_PDU_ERROR SimSystem::InjectedFailure(const char* function) const {
+    return m_faults.FailureOf(function).value_or(PDU_STATUS_NOERROR);
+}
+
+bool SimSystem::LoadCatalog(std::string& error) {
+    m_catalog = MdfCatalog{};
+    return m_catalog.Load(MdfPath(), error);
+}
+
+T_PDU_ERROR SimSystem::Construct(void* apiTag) {
+    if (m_constructed) return PDU_ERR_SHARING_VIOLATION;
+    m_faults = FaultInjection::FromEnvironment();
+    if (const auto failure = m_faults.FailureOf("PDUConstruct")) return *failure;
+    std::string error;
+    if (!LoadCatalog(error)) return PDU_ERR_FCT_FAILED;
+    m_apiTag = apiTag;
+    m_vehicle = std::make_unique<Vehicle>();
+    m_vehicle->SetResponseDelayScale(m_faults.SlowFactor());
+    m_modules = MakeSimModules(m_catalog);
+    for (auto& module : m_modules) module->plugged = !m_faults.IsMissing(module->number);
+    m_timeBase = std::chrono::steady_clock::now();
+    m_dispatcher = std::make_unique<CallbackDispatcher>();
+    m_stopScheduler = false;
+    m_scheduler = std::thread(&SimSystem::RunScheduler, this);
+    m_constructed = true;
+    return PDU_STATUS_NOERROR;
+}
+
+T_PDU_ERROR SimSystem::Destruct(std::unique_lock<std::mutex>& lock) {
+    if (!m_constructed) return PDU_ERR_PDUAPI_NOT_CONSTRUCTED;
+    m_constructed = false;
+    m_stopScheduler = true;
+    std::thread scheduler = std::move(m_scheduler);
+    std::unique_ptr<CallbackDispatcher> dispatcher = std::move(m_dispatcher);
+    lock.unlock();
+    m_wake.notify_all();
+    if (scheduler.joinable()) scheduler.join();
+    dispatcher.reset();  // no callback runs once this returns (unless we are inside one)
+    lock.lock();
+    m_links.clear();
+    m_modules.clear();
+    m_systemEvents.Clear();
+    m_systemEvents.callback = nullptr;
+    m_vehicle.reset();
+    return PDU_STATUS_NOERROR;
+}
+
+SimModule* SimSystem::FindModule(uint32_t hMod) {
+    for (auto& module : m_modules)
+        if (module->handle == hMod && module->plugged) return module.get();
+    return nullptr;
+}
+
+SimModule* SimSystem::FindModuleByNumber(uint32_t number) {
+    for (auto& module : m_modules)
+        if (module->number == number) return module.get();
+    return nullptr;
+}
+
+std::vector<SimModule*> SimSystem::PluggedModules() {
+    std::vector<SimModule*> modules;
+    for (auto& module : m_modules)
+        if (module->plugged) modules.push_back(module.get());
+    return modules;
+}
+
+ComLogicalLink* SimSystem::FindLink(uint32_t hMod, uint32_t hCLL) {
+    const auto it = m_links.find(hCLL);
+    if (it == m_links.end() || it->second->Module().handle != hMod) return nullptr;
+    return it->second.get();
+}
+
+ComLogicalLink* SimSystem::FindLinkAnyModule(uint32_t hCLL) {
+    const auto it = m_links.find(hCLL);
+    return it == m_links.end() ? nullptr : it->second.get();
+}
+
+ComLogicalLink* SimSystem::CreateLink(SimModule& module, const MdfResource& resource, void* tag,
+                                      std::vector<uint8_t> createFlags) {
+    while (m_links.count(m_nextLink) != 0 || m_nextLink == 0 || m_nextLink == PDU_HANDLE_UNDEF) ++m_nextLink;
+    const uint32_t handle = m_nextLink++;
+    auto link = std::make_unique<ComLogicalLink>(handle, module, resource, m_catalog, tag, std::move(createFlags));
+    ComLogicalLink* raw = link.get();
+    m_links[handle] = std::move(link);
+    return raw;
+}
+
+void SimSystem::DestroyLink(uint32_t hCLL) { m_links.erase(hCLL); }
+
+void SimSystem::DestroyLinksOf(SimModule& module) {
+    for (auto it = m_links.begin(); it != m_links.end();)
+        it = &it->second->Module() == &module ? m_links.erase(it) : std::next(it);
+}
+
+uint32_t SimSystem::ResourceStatus(const SimModule& module, uint32_t resourceId) const {
+    uint32_t status = 0;
+    for (const auto& [handle, link] : m_links) {
+        if (&link->Module() != &module || link->Resource().id != resourceId) continue;
+        status |= PDU_RSCST_IN_USE;
+        if (link->lockMask != 0) status |= PDU_RSCST_LOCKED;
+    }
+    return status;
+}
+
+T_PDU_ERROR SimSystem::Plug(uint32_t number, bool plugged) {
+    SimModule* module = FindModuleByNumber(number);
+    if (module == nullptr) return PDU_ERR_VALUE_NOT_SUPPORTED;
+    if (module->plugged == plugged) return PDU_STATUS_NOERROR;
+    if (!plugged) {
+        for (auto& [handle, link] : m_links)
+            if (&link->Module() == module) {
+                link->lastError = {PDU_ERR_EVT_LOST_COMM_TO_VCI, PDU_HANDLE_UNDEF, Now(), 0};
+                Emit(*link, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, Now(), PDU_ERR_EVT_LOST_COMM_TO_VCI, 0));
+                link->CancelAll(*this);
+            }
+        DeliverModule(*module, ItemFactory::Status(PDU_HANDLE_UNDEF, nullptr, Now(), PDU_MODST_NOT_AVAIL));
+        module->connected = false;
+    }
+    module->plugged = plugged;
+    DeliverSystem(ItemFactory::Info(Now(), PDU_INFO_MODULE_LIST_CHG, 0));
+    return PDU_STATUS_NOERROR;
+}
+
+void SimSystem::Post(EventQueue& queue, bool kept, uint32_t hMod, uint32_t hCLL, void* cllTag) {
+    if (m_dispatcher == nullptr || queue.callback == nullptr) return;
+    m_dispatcher->Post({queue.callback, PDU_EVT_DATA_AVAILABLE, hMod, hCLL, cllTag, m_apiTag});
+    if (!kept) m_dispatcher->Post({queue.callback, PDU_EVT_DATA_LOST, hMod, hCLL, cllTag, m_apiTag});
+}
+
+void SimSystem::DeliverSystem(PDU_EVENT_ITEM* item) {
+    const bool kept = m_systemEvents.Push(item);
+    Post(m_systemEvents, kept, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, nullptr);
+}
+
+void SimSystem::DeliverModule(SimModule& module, PDU_EVENT_ITEM* item) {
+    const bool kept = module.events.Push(item);
+    Post(module.events, kept, module.handle, PDU_HANDLE_UNDEF, nullptr);
+}
+
+void SimSystem::Emit(ComLogicalLink& link, PDU_EVENT_ITEM* item) {
+    const bool kept = link.events.Push(item);
+    Post(link.events, kept, link.Module().handle, link.Handle(), link.Tag());
+}
+
+uint32_t SimSystem::Stamp(SteadyTime time) const {
+    return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::microseconds>(time - m_timeBase).count());
+}
+
+void SimSystem::RunScheduler() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopScheduler) {
+        const SteadyTime now = std::chrono::steady_clock::now();
+        SteadyTime next = SteadyTime::max();
+        for (auto& [handle, link] : m_links) {
+            link->Run(now, *this);
+            if (const auto due = link->NextDue()) next = std::min(next, *due);
+        }
+        if (next == SteadyTime::max()) m_wake.wait(lock);
+        else m_wake.wait_until(lock, next);
+    }
+}
+
+}  // namespace pdusim
