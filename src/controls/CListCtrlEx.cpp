@@ -120,6 +120,18 @@ bool CListCtrlEx::SetItemState(int row, bool selected) {
     return true;
 }
 
+bool CListCtrlEx::SetItemStateRange(int first, int last, bool selected) {
+    if (first < 0 || last < first || last >= GetItemCount())
+        return false;
+    {
+        std::lock_guard lock(Mutex());
+        for (int row = first; row <= last; ++row)
+            SetSelectedLocked(row, selected);
+    }
+    Changed();
+    return true;
+}
+
 bool CListCtrlEx::IsSelected(int row) const {
     std::lock_guard lock(Mutex());
     return row >= 0 && row < static_cast<int>(m_selected.size()) && m_selected[row];

@@ -49,6 +49,8 @@ public:
 
     // Selection; row -1 means every row, as the toolkit has it.
     bool SetItemState(int row, bool selected);
+    // Rows first..last at once, with one change report; false when the range is out of bounds.
+    bool SetItemStateRange(int first, int last, bool selected);
     bool IsSelected(int row) const;
     int GetSelectedCount() const;
     std::vector<int> GetSelectedRows() const;

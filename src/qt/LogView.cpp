@@ -34,8 +34,14 @@ LogView::LogView(controls::PrintListCtrl& list, int columns, QWidget* parent)
     connect(m_model, &PrintListModel::flushed, this, [this] { scrollToBottom(); });
     connect(m_model, &QAbstractItemModel::modelReset, this, &LogView::SelectionFromList);
     // The list's selection may change by program (select all, a clear); show it on the UI thread.
+    // Reports that come in a burst are shown once.
     m_observer = list.AddObserver([this](const controls::Control&) {
-        QMetaObject::invokeMethod(this, [this] { SelectionFromList(); }, Qt::QueuedConnection);
+        if (m_syncPending.exchange(true))
+            return;
+        QMetaObject::invokeMethod(this, [this] {
+            m_syncPending = false;
+            SelectionFromList();
+        }, Qt::QueuedConnection);
     });
 }
 
@@ -98,11 +104,9 @@ void LogView::SelectionToList(const QItemSelection& selected, const QItemSelecti
         return;
     m_syncing = true;
     for (const QItemSelectionRange& range : deselected)
-        for (int row = range.top(); row <= range.bottom(); ++row)
-            m_list.SetItemState(row, false);
+        m_list.SetItemStateRange(range.top(), range.bottom(), false);
     for (const QItemSelectionRange& range : selected)
-        for (int row = range.top(); row <= range.bottom(); ++row)
-            m_list.SetItemState(row, true);
+        m_list.SetItemStateRange(range.top(), range.bottom(), true);
     m_syncing = false;
 }
 

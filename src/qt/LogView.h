@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include <QTableView>
 
 #include "controls/PrintListCtrl.h"
@@ -37,4 +39,5 @@ private:
     PrintListModel* m_model;
     int m_observer = 0;
     bool m_syncing = false;
+    std::atomic<bool> m_syncPending{false};
 };

@@ -92,6 +92,11 @@ TEST(CListCtrlEx, SelectionStaysOnItsRows) {
     EXPECT_TRUE(list.IsSelected(2));
     list.DeleteItem(2);
     EXPECT_EQ(list.GetSelectedCount(), 0);
+    EXPECT_TRUE(list.SetItemStateRange(0, 2, true));
+    EXPECT_FALSE(list.SetItemStateRange(2, 3, false));  // three rows left
+    EXPECT_EQ(list.GetSelectedRows(), (std::vector<int>{0, 1, 2}));
+    EXPECT_TRUE(list.SetItemStateRange(0, 1, false));
+    EXPECT_EQ(list.GetSelectedRows(), std::vector<int>{2});
     list.SelectAll();
     list.DeleteAllItems();
     EXPECT_EQ(list.GetSelectedCount(), 0);

@@ -152,4 +152,21 @@ TEST_F(PrintListModelTest, ViewKeysSelectAllAndCopy) {
     EXPECT_EQ(list.GetSelectedRows(), std::vector<int>{0});
 }
 
+TEST_F(PrintListModelTest, ViewRangeSelectionReachesTheListOnce) {
+    LogView view(list);
+    for (int i = 0; i < 5000; ++i)
+        list.Print(0, "row %d\n", i);
+    view.Flush();
+    int reports = 0;
+    list.AddObserver([&](const controls::Control&) { ++reports; });
+    QItemSelection rows(view.model()->index(10, 0), view.model()->index(2009, 0));
+    view.selectionModel()->select(rows, QItemSelectionModel::ClearAndSelect);
+    EXPECT_EQ(list.GetSelectedCount(), 2000);
+    EXPECT_EQ(reports, 1);
+    QCoreApplication::processEvents();  // the list's report comes back and changes nothing
+    EXPECT_EQ(view.selectionModel()->selectedRows().size(), 2000);
+    EXPECT_TRUE(list.IsSelected(2009));
+    EXPECT_FALSE(list.IsSelected(2010));
+}
+
 }  // namespace
