@@ -10,6 +10,11 @@
 #include "qt/LogView.h"
 #include "qt/PrintListModel.h"
 
+// fontconfig keeps its cache until exit on purpose; that is not ours to report.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig\n";
+}
+
 namespace {
 
 void EnsureApplication() {
