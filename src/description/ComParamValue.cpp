@@ -199,11 +199,13 @@ std::vector<std::string> LinkFieldTokens(const std::string& text)
 bool ParseLinkField(void** value, const std::string& text, uint32_t dataType, uint32_t maxLen)
 {
     const std::vector<std::string> tokens = LinkFieldTokens(text);
-    if (tokens.size() > kMaxFieldElements)
+    FieldBlock* block = tokens.size() > kMaxFieldElements
+        ? nullptr
+        : NewField(maxLen, static_cast<uint32_t>(tokens.size()), dataType);
+    if (!block) { // out of memory: a field is left without a value
+        FreeValue(value, dataType);
         return false;
-    FieldBlock* block = NewField(maxLen, static_cast<uint32_t>(tokens.size()), dataType);
-    if (!block)
-        return false;
+    }
     for (uint32_t i = 0; i < tokens.size(); ++i) {
         const uint32_t number = ParseULong32(tokens[i]);
         if (dataType == PDU_PT_BYTEFIELD && number > 0xFF) {

@@ -1,6 +1,7 @@
 #include "description/XmlDocument.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <pugixml.hpp>
 
@@ -15,6 +16,9 @@ pugi::xml_attribute AttributeAt(pugi::xml_node node, size_t index)
         a = a.next_attribute();
     return a;
 }
+
+// Far above any description file; keeps a stray path to a disk image from eating the memory.
+constexpr uintmax_t kMaxFileSize = uintmax_t(1) << 30;
 
 bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
@@ -89,12 +93,26 @@ bool XmlDocument::Load(const std::string& path)
     m_doc.reset(new (std::nothrow) pugi::xml_document);
     if (!m_doc)
         return false;
-    // Only tests that the file is there and readable; the DOM opens it again.
+    // A folder or a device opens, but asking its size gives nonsense: only plain files are read.
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec))
+        return false;
+    const uintmax_t size = std::filesystem::file_size(path, ec);
+    if (ec || size > kMaxFileSize)
+        return false;
     std::FILE* f = std::fopen(path.c_str(), "rb");
     if (!f)
         return false;
+    // The document takes the buffer over, so it comes from pugixml's allocator.
+    void* buffer = pugi::get_memory_allocation_function()(size ? size : 1);
+    if (!buffer) {
+        std::fclose(f);
+        return false;
+    }
+    const size_t read = std::fread(buffer, 1, size, f);
     std::fclose(f);
-    const pugi::xml_parse_result result = m_doc->load_file(path.c_str(), pugi::parse_default, pugi::encoding_auto);
+    const pugi::xml_parse_result result =
+        m_doc->load_buffer_inplace_own(buffer, read, pugi::parse_default, pugi::encoding_auto);
     m_loaded = static_cast<bool>(result) && m_doc->document_element();
     return m_loaded;
 }

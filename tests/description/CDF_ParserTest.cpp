@@ -102,20 +102,3 @@ TEST(CDF_Parser, ParseResults)
         EXPECT_EQ(cdf.Parse(), parses);
     }
 }
-
-TEST(CDF_Parser, RealisticFile)
-{
-    CDF_Parser cdf;
-    ASSERT_TRUE(cdf.Load(FixturePath("cdf_realistic.xml")));
-    ASSERT_TRUE(cdf.Parse());
-    EXPECT_GE(cdf.GetCableIds().size(), 40u);
-    size_t mapped = 0;
-    for (uint32_t id : cdf.GetCableIds()) {
-        CableInfo* c = cdf.FindCable(id);
-        ASSERT_NE(c, nullptr);
-        EXPECT_FALSE(c->GetName().empty());
-        mapped += c->moduleToDlc.empty() ? 0 : 1;
-    }
-    EXPECT_EQ(mapped, 40u); // one per CABLE element: the last id read before its mappings
-    EXPECT_EQ(cdf.GetCables().size(), cdf.GetCableIds().size());
-}

@@ -178,6 +178,8 @@ TEST(Robustness, HostileFiles)
     bigText += "</DEFAULT_VALUE></COMPARAM></MVCI_MODULE_DESCRIPTION>";
 
     const std::string cases[] = {
+        "",
+        " ",
         noise,
         std::string(10 * 1024 * 1024, '<'),
         deep,
