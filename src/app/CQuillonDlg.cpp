@@ -201,7 +201,7 @@ void CQuillonDlg::OnBnClickedAbout()
 
 std::string CQuillonDlg::ExecutableDirectory() const
 {
-    return platform::ExecutableDirectory();
+    return m_options.executableDirectory ? *m_options.executableDirectory : platform::ExecutableDirectory();
 }
 
 bool CQuillonDlg::OnInitDialog()

@@ -45,6 +45,7 @@ struct StartupOptions {
     std::optional<std::string> iniPath;
     std::optional<std::string> rootFilePath;
     std::vector<std::string> arguments;  // the program's own command line, without the program name
+    std::optional<std::string> executableDirectory;  // tests: where the program "lies"
 };
 
 class CQuillonDlg : public Dialog {

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the whole test suite; then the suite again under
+# AddressSanitizer + UndefinedBehaviorSanitizer, and the threaded tests under ThreadSanitizer.
+# Options: --quick (the default build only).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+jobs=$(nproc)
+export QT_QPA_PLATFORM=offscreen
+
+run_preset() {
+  local preset=$1; shift
+  echo "=== $preset ==="
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j"$jobs"
+  ctest --preset "$preset" -j"$jobs" "$@"
+}
+
+run_preset default
+[ "${1:-}" = "--quick" ] && exit 0
+run_preset asan
+# ThreadSanitizer on the programs whose code runs threads.
+run_preset tsan -R '^(platform|sim|sim_vehicle|app|headless|controls)$'
