@@ -93,25 +93,6 @@ void BM_MdfParseAndConvert(benchmark::State& state)
     state.counters["comparams"] = static_cast<double>(comParams);
 }
 
-// The parser's own share: Parse + FixReferences + conversion on an already loaded document.
-void BM_MdfParseOnly(benchmark::State& state)
-{
-    const std::string path = MdfFor(static_cast<int>(state.range(0)));
-    for (auto _ : state) {
-        state.PauseTiming();
-        auto* parser = new MDF_Parser;
-        parser->Load(path);
-        state.ResumeTiming();
-        DescriptionTables tables;
-        parser->Parse();
-        parser->FixReferences();
-        ConvertMdfTables(*parser, tables, [](const std::string&) {});
-        state.PauseTiming();
-        delete parser;
-        state.ResumeTiming();
-    }
-}
-
 void BM_CdfParse(benchmark::State& state)
 {
     for (auto _ : state) {
@@ -127,7 +108,6 @@ void BM_CdfParse(benchmark::State& state)
 
 BENCHMARK(BM_PugixmlLoad)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MdfParseAndConvert)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_MdfParseOnly)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CdfParse)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

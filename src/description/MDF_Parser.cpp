@@ -1,6 +1,7 @@
 #include "description/MDF_Parser.h"
 
 #include <unordered_map>
+#include <utility>
 
 #include "description/NumberText.h"
 
@@ -74,11 +75,11 @@ bool MDF_Parser::Parse()
             ParseResource(child);
         else if (name == m_tagNames[3]) {
             if (ParseComParamUser(child, m_protocol) && !m_protocol.comParamRefs.empty())
-                m_protocols.push_back(m_protocol);
+                m_protocols.push_back(std::move(m_protocol));
         } else if (name == m_tagNames[4]) {
             // Unlike a protocol, a bus type without references is kept.
             if (ParseComParamUser(child, m_busType))
-                m_busTypes.push_back(m_busType);
+                m_busTypes.push_back(std::move(m_busType));
         } else if (name == m_tagNames[5])
             ParseComParam(child);
         ResetScratch();
@@ -110,7 +111,7 @@ void MDF_Parser::ParseErrorCode(XmlNode element)
             m_errorCode.description = child.Text();
     }
     if (m_errorCode.id != 0 && !m_errorCode.shortName.empty() && !m_errorCode.description.empty())
-        m_errorCodes.push_back(m_errorCode);
+        m_errorCodes.push_back(std::move(m_errorCode));
 }
 
 void MDF_Parser::ParsePinType(XmlNode element)
@@ -124,7 +125,7 @@ void MDF_Parser::ParsePinType(XmlNode element)
             m_pinType.shortName = child.Text();
     }
     if (!m_pinType.eid.empty() && !m_pinType.id.empty() && !m_pinType.shortName.empty())
-        m_pinTypes.push_back(m_pinType);
+        m_pinTypes.push_back(std::move(m_pinType));
 }
 
 void MDF_Parser::ParseModuleType(XmlNode element)
@@ -139,7 +140,7 @@ void MDF_Parser::ParseModuleType(XmlNode element)
             m_moduleType.resourceRefs.push_back(FirstAttribute(child, "IDREF"));
     }
     if (!m_moduleType.id.empty() && !m_moduleType.shortName.empty())
-        m_moduleTypes.push_back(m_moduleType);
+        m_moduleTypes.push_back(std::move(m_moduleType));
 }
 
 void MDF_Parser::ParseResource(XmlNode element)
@@ -161,7 +162,7 @@ void MDF_Parser::ParseResource(XmlNode element)
     const ResourceRecord& r = m_resource;
     if (!r.id.empty() && !r.shortName.empty() && !r.busType.empty() && !r.protocol.empty()
         && !r.pinOnModule[0].empty() && !r.pinType[0].empty())
-        m_resources.push_back(r);
+        m_resources.push_back(std::move(m_resource));
 }
 
 // Numbers and types pair by position only, never by nesting.
@@ -204,7 +205,7 @@ void MDF_Parser::ParseComParamRef(XmlNode wrapper, std::vector<ComParamRefRecord
         else
             continue;
         if (!m_comParamRef.ref.empty()) {
-            refs.push_back(m_comParamRef);
+            refs.push_back(std::move(m_comParamRef));
             m_comParamRef = {};
         }
     }
@@ -232,7 +233,7 @@ void MDF_Parser::ParseComParam(XmlNode element)
     const ComParamRecord& c = m_comParam;
     if (!c.eid.empty() && !c.id.empty() && !c.shortName.empty() && !c.dataType.empty() && !c.comParamClass.empty()
         && !c.defaultValue.empty())
-        m_comParams.push_back(c);
+        m_comParams.push_back(std::move(m_comParam));
 }
 
 bool MDF_Parser::FixReferences()

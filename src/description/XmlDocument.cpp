@@ -22,6 +22,16 @@ constexpr uintmax_t kMaxFileSize = uintmax_t(1) << 30;
 
 bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
+std::string_view Trimmed(std::string_view text)
+{
+    size_t b = 0, e = text.size();
+    while (b < e && IsXmlSpace(text[b]))
+        ++b;
+    while (e > b && IsXmlSpace(text[e - 1]))
+        --e;
+    return text.substr(b, e - b);
+}
+
 } // namespace
 
 std::string_view XmlNode::BaseName() const
@@ -58,6 +68,10 @@ std::string_view XmlNode::AttributeValue(size_t index) const { return AttributeA
 std::string XmlNode::Text() const
 {
     const pugi::xml_node top = Node(m_node);
+    const pugi::xml_node only = top.first_child();
+    if (only && !only.next_sibling() && !only.first_child()
+        && (only.type() == pugi::node_pcdata || only.type() == pugi::node_cdata))
+        return std::string(Trimmed(only.value())); // the usual <ID>5</ID>
     std::string text;
     // Iterative walk: a hostile file may nest deeper than any stack.
     pugi::xml_node cur = top.first_child();
@@ -76,12 +90,7 @@ std::string XmlNode::Text() const
     }
     if (top.type() == pugi::node_pcdata || top.type() == pugi::node_cdata)
         text = top.value();
-    size_t b = 0, e = text.size();
-    while (b < e && IsXmlSpace(text[b]))
-        ++b;
-    while (e > b && IsXmlSpace(text[e - 1]))
-        --e;
-    return text.substr(b, e - b);
+    return std::string(Trimmed(text));
 }
 
 XmlDocument::XmlDocument() = default;
