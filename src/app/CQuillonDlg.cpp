@@ -76,7 +76,8 @@ CQuillonDlg::CQuillonDlg(ui::Ui& ui, StartupOptions options)
       m_AboutButton(IDC_ABOUT, "About Morvane"),
       m_BitmapButton(IDC_BITMAP_BUTTON, "Bitmap"),
       m_options(std::move(options)),
-      m_AboutDlg(ui)
+      m_AboutDlg(ui),
+      m_BusMonitoringDlg(ui)
 {
     RegisterControls();
     BindHandlers();
@@ -128,11 +129,11 @@ void CQuillonDlg::BindHandlers()
         if (edit) On(c, Notification::EditChange, [this, edit] { (this->*edit)(); });
     };
     combo(m_ApiCombo, &CQuillonDlg::OnCbnSelchangeApi, &CQuillonDlg::OnCbnEditchangeApi);
-    combo(m_ModuleCombo, &CQuillonDlg::OnCbnSelchangeModule, nullptr);
-    combo(m_ProtocolCombo, &CQuillonDlg::OnCbnSelchangeProtocol, nullptr);
-    combo(m_BustypeCombo, &CQuillonDlg::OnCbnSelchangeBustype, nullptr);
-    combo(m_CableCombo, &CQuillonDlg::OnCbnSelchangeCable, nullptr);
-    combo(m_PinsCombo, &CQuillonDlg::OnCbnSelchangePins, nullptr);
+    combo(m_ModuleCombo, &CQuillonDlg::OnCbnSelchangeModule, &CQuillonDlg::OnCbnEditchangeModule);
+    combo(m_ProtocolCombo, &CQuillonDlg::OnCbnSelchangeProtocol, &CQuillonDlg::OnCbnEditchangeProtocol);
+    combo(m_BustypeCombo, &CQuillonDlg::OnCbnSelchangeBustype, &CQuillonDlg::OnCbnEditchangeBustype);
+    combo(m_CableCombo, &CQuillonDlg::OnCbnSelchangeCable, &CQuillonDlg::OnCbnEditchangeCable);
+    combo(m_PinsCombo, &CQuillonDlg::OnCbnSelchangePins, &CQuillonDlg::OnCbnEditchangePins);
     click(m_UnloadButton, &CQuillonDlg::OnBnClickedUnload);
     click(m_ParseMdfButton, &CQuillonDlg::OnBnClickedParseMdf);
     click(m_GetModuleIdsButton, &CQuillonDlg::OnBnClickedGetModuleIds);
@@ -375,25 +376,4 @@ void CQuillonDlg::StopEventThread()
     if (m_hSystemEventSem) m_hSystemEventSem->Release();
     while (m_bEventThreadRunning) SleepMs(10);
     if (m_hEventThread.joinable()) m_hEventThread.join();
-}
-
-void CQuillonDlg::QUILLON_ModuleEventThread(CQuillonDlg* dlg)
-{
-    dlg->m_bEventThreadRunning = 1;
-    for (;;) {
-        const int woken = platform::WaitAny(*dlg->m_hModuleEventSem, *dlg->m_hSystemEventSem);
-        if (dlg->m_bEventThreadStop) break;
-        (void)woken;  // module and system event rounds come with module connection
-    }
-    dlg->m_bEventThreadRunning = 0;
-}
-
-void PDU_CALL CQuillonDlg::ModuleEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, void*, void* pAPITag)
-{
-    if (auto* dlg = static_cast<CQuillonDlg*>(pAPITag); dlg && dlg->m_hModuleEventSem) dlg->m_hModuleEventSem->Release();
-}
-
-void PDU_CALL CQuillonDlg::SystemEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, void*, void* pAPITag)
-{
-    if (auto* dlg = static_cast<CQuillonDlg*>(pAPITag); dlg && dlg->m_hSystemEventSem) dlg->m_hSystemEventSem->Release();
 }

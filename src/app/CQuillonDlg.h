@@ -12,6 +12,8 @@
 
 #include "app/CAboutDlg.h"
 #include "app/HistoryList.h"
+#include "logical_link/CLinkBaseDlg.h"
+#include "service_dialogs/CBusMonitoringDlg.h"
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
 #include "controls/CComboBoxInfoExt.h"
@@ -22,6 +24,7 @@
 #include "controls/Static.h"
 #include "description/CDF_Parser.h"
 #include "description/DescriptionTables.h"
+#include "pdu/MorvaneExtensions.h"
 #include "pdu/PduTypes.h"
 #include "platform/Semaphore.h"
 #include "ui/Dialog.h"
@@ -32,6 +35,16 @@ struct PduModuleRec {
     uint32_t ModuleTypeId = 0;
     std::string displayName;
     std::vector<const ResourceInfo*> resources;  // into m_Resources, valid until the next Parse MDF
+};
+
+// The data of one PDU_IOCTL_BUS_TRACE call, with everything its pointers point to.
+struct BusTraceRequest {
+    PDU_BUS_TRC_CONFIG config{};
+    PDU_PIN_DATA pins[2]{};
+    std::string traceFilePath;
+    std::string traceFile;
+    PDU_IO_BYTEARRAY_DATA array{};
+    PDU_DATA_ITEM item{};
 };
 
 // One open logical link.
@@ -73,24 +86,45 @@ public:
     void OnBnClickedClearLog();
     void OnBnClickedAbout();
 
-    // Module connection, resource selection, links, events: later commands of the main dialog.
-    void OnBnClickedParseMdf() {}
-    void OnBnClickedGetModuleIds() {}
-    void OnBnClickedModuleConnect() {}
-    void OnBnClickedModuleDisconnect() {}
-    void OnCbnSelchangeModule() {}
-    void OnCbnSelchangeProtocol() {}
-    void OnCbnSelchangeBustype() {}
-    void OnCbnSelchangeCable() {}
-    void OnCbnSelchangePins() {}
-    void UpdateResourceSelection() {}
+    // Module connection.
+    void OnBnClickedParseMdf();
+    void OnBnClickedGetModuleIds();
+    void OnBnClickedModuleConnect();
+    void OnBnClickedModuleDisconnect();
+    PduModuleRec* FindModule(const std::string& name);
+    void SetModuleChecked(bool checked);
+    void CloseLinksOnModule();
+
+    // Resource selection.
+    void OnCbnSelchangeModule();
+    void OnCbnSelchangeProtocol();
+    void OnCbnSelchangeBustype();
+    void OnCbnSelchangeCable();
+    void OnCbnSelchangePins();
+    void OnCbnEditchangeModule();
+    void OnCbnEditchangeProtocol();
+    void OnCbnEditchangeBustype();
+    void OnCbnEditchangeCable();
+    void OnCbnEditchangePins();
+    void UpdateResourceSelection();
+    void ShowResourceStatus(uint32_t hMod, uint32_t resourceId);
+    static int ResourcePins(const ResourceInfo& resource, PinAssignment pins[4]);
+    static std::string PinListText(const uint32_t* dlcPins, int count);
+    const ResourceInfo* FindResource(const std::string& shortName) const;
+
+    // Module and system events, the main dialog's own IOCTLs and service dialogs.
+    int SelectCableIndex(const PduModuleRec& module);
+    void OnBnClickedGetVBatt();
+    void OnBnClickedGetIgnitionState();
+    void OnBnClickedBusMonitoring();
+    void ProcessModuleEvents();
+    void ProcessSystemEvents();
+
+    // Links and service dialogs of later work.
     void OnBnClickedOpenLoLi() {}
     void OnBnClickedOpenMoLi() {}
     void OnBnClickedOpenLastLink() {}
     void OnBnClickedHistoryMenu() {}
-    void OnBnClickedGetVBatt() {}
-    void OnBnClickedGetIgnitionState() {}
-    void OnBnClickedBusMonitoring() {}
     void OnBnClickedDoIpIoCtl() {}
     void OnBnClickedVciWlanStat() {}
     void OnBnClickedSetTracePath() {}
@@ -174,6 +208,17 @@ private:
     void ScanCommandLine();
     void ConfigureModeControls();
     void StartEventThread();
+    bool ConvertTables(const class MDF_Parser& parser);
+    void FillModuleCombo(const PDU_MODULE_ITEM& list);
+    void LogModuleList(const PDU_MODULE_ITEM& list, bool longForm);
+    void RebuildModuleTable();
+    void LogVersionInfo(const PduModuleRec& module);
+    void AddResourcesOfType(PduModuleRec& record);
+    bool MapPins(const ResourceInfo& resource, const CableInfo* cable, uint32_t dlcPins[4], int& count) const;
+    bool BeginSelectionHandler(controls::ComboBox& combo, std::string HistoryEntry::*field, std::string& text);
+    void SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
+    bool ResolveIoCtl(const char* name, uint32_t& id);
+    void LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec& module);
     void StopEventThread();
     void ResetSelectionControls();
     void ClearWorkingTables();
@@ -212,7 +257,7 @@ public:
     std::vector<PDU_PIN_DATA> m_RscPins;  // the pin pairs m_pRscData points to
     std::string m_RootFilePath;
     std::string m_LibraryPath, m_MdfPath, m_CdfPath;
-    std::vector<Dialog*> m_LinkDialogs;
+    std::vector<CLinkBaseDlg*> m_LinkDialogs;
     bool m_bShowAllApis = false;
     bool m_bShowVendorName = false;
     bool m_bMonitorMode = false;
@@ -239,4 +284,7 @@ public:
     std::vector<ComParamInfo> m_ComParams;
 
     std::string m_Title;
+    CBusMonitoringDlg m_BusMonitoringDlg;
+    // Bus trace requests go to the library, which may keep them: they stay until the dialog goes.
+    std::vector<std::unique_ptr<BusTraceRequest>> m_BusTraceRequests;
 };

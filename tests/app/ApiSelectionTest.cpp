@@ -131,8 +131,8 @@ TEST_F(ApiSelectionTest, OpenLinksBlockChangeAndExit)
 {
     StartWith({{"FULL", "Morvane AG", FixtureLib("libstubpdu_full.so")}});
     Choose("FULL");
-    Dialog* fakeLink = m_dlg.get();
-    m_dlg->m_LinkDialogs.push_back(fakeLink);
+    FakeLink link(m_ui, *m_dlg, 1);
+    m_dlg->m_LinkDialogs.push_back(&link);
     m_ui.ExpectMessageBox("Close the Logical-Link dialogs before exit!");
     m_dlg->m_ExitButton.Click();
     EXPECT_FALSE(m_dlg->IsEnded());

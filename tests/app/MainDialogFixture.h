@@ -75,3 +75,20 @@ inline std::string FixtureLib(const std::string& name)
 {
     return std::string("file://") + QUILLON_FIXTURE_LIB_DIR + "/" + name;
 }
+
+// A link dialog that only knows its module and how to take itself out of the main dialog's list.
+class FakeLink : public CLinkBaseDlg {
+public:
+    FakeLink(ui::Ui& ui, CQuillonDlg& main, UNUM32 hMod) : CLinkBaseDlg(ui, 0, "LoLi")
+    {
+        m_hMod = hMod;
+        m_pMainDlg = &main;
+    }
+    void CloseLink() override
+    {
+        closed = true;
+        auto& links = m_pMainDlg->m_LinkDialogs;
+        links.erase(std::remove(links.begin(), links.end(), this), links.end());
+    }
+    bool closed = false;
+};

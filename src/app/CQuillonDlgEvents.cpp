@@ -1,0 +1,371 @@
+// Module and system events, and the main dialog's own IOCTLs.
+#include <cstdlib>
+
+#include "app/CQuillonDlg.h"
+#include "description/ModuleDisplayName.h"
+#include "pdu/PduApi.h"
+#include "pdu/PduStatusText.h"
+
+namespace {
+
+const char* StatusLine(T_PDU_STATUS status)
+{
+    switch (status) {
+    case PDU_COPST_IDLE: return "PDU_COPST_IDLE.\n";
+    case PDU_COPST_EXECUTING: return "PDU_COPST_EXECUTING.\n";
+    case PDU_COPST_FINISHED: return "PDU_COPST_FINISHED.\n";
+    case PDU_COPST_CANCELLED: return "PDU_COPST_CANCELLED.\n";
+    case PDU_COPST_WAITING: return "PDU_COPST_WAITING.\n";
+    case PDU_CLLST_OFFLINE: return "PDU_CLLST_OFFLINE.\n";
+    case PDU_CLLST_ONLINE: return "PDU_CLLST_ONLINE.\n";
+    case PDU_CLLST_COMM_STARTED: return "PDU_CLLST_COMM_STARTED.\n";
+    default: return "";
+    }
+}
+
+const char* ErrorEventLine(T_PDU_ERR_EVT code)
+{
+    switch (code) {
+    case PDU_ERR_EVT_FRAME_STRUCT: return "PDU_ERR_EVT_FRAME_STRUCT\n";
+    case PDU_ERR_EVT_TX_ERROR: return "PDU_ERR_EVT_TX_ERROR\n";
+    case PDU_ERR_EVT_TESTER_PRESENT_ERROR: return "PDU_ERR_EVT_TESTER_PRESENT_ERROR\n";
+    case PDU_ERR_EVT_RX_TIMEOUT: return "PDU_ERR_EVT_RX_TIMEOUT\n";
+    case PDU_ERR_EVT_RX_ERROR: return "PDU_ERR_EVT_RX_ERROR\n";
+    case PDU_ERR_EVT_PROT_ERR: return "PDU_ERR_EVT_PROT_ERR\n";
+    case PDU_ERR_EVT_LOST_COMM_TO_VCI: return "PDU_ERR_EVT_LOST_COMM_TO_VCI\n";
+    case PDU_ERR_EVT_VCI_HARDWARE_FAULT: return "PDU_ERR_EVT_VCI_HARDWARE_FAULT\n";
+    case PDU_ERR_EVT_INIT_ERROR: return "PDU_ERR_EVT_INIT_ERROR\n";
+    default: return "Unknown error event\n";
+    }
+}
+
+const char* InfoLine(T_PDU_INFO code)
+{
+    switch (code) {
+    case PDU_INFO_MODULE_LIST_CHG: return "PDU_INFO_MODULE_LIST_CHG\n";
+    case PDU_INFO_RSC_LOCK_CHG: return "PDU_INFO_RSC_LOCK_CHG\n";
+    case PDU_INFO_PHYS_COMPARAM_CHG: return "PDU_INFO_PHYS_COMPARAM_CHG\n";
+    default: return "";
+    }
+}
+
+void Destroy(void* item)
+{
+    if (item) PduApi.PDUDestroyItem(static_cast<PDU_ITEM*>(item));
+}
+
+uint32_t DefaultCableId(uint32_t moduleTypeId)
+{
+    switch (moduleTypeId) {
+    case 513: return 102;
+    case 517: case 518: return 100;
+    case 519: case 527: case 531: case 532: case 557: return 104;
+    case 521: case 522: case 523: case 524: case 525: case 526: case 528: case 533:
+    case 548: case 549: case 550: case 551: case 552: case 553:
+    case 564: case 565: case 566: case 567: case 568:
+    case 571: case 572: case 573: case 574: case 576: case 580: case 581:
+        return 105;
+    default: return 0;
+    }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- the event thread
+
+void CQuillonDlg::QUILLON_ModuleEventThread(CQuillonDlg* dlg)
+{
+    dlg->m_bEventThreadRunning = 1;
+    for (;;) {
+        const int woken = platform::WaitAny(*dlg->m_hModuleEventSem, *dlg->m_hSystemEventSem);
+        if (dlg->m_bEventThreadStop) break;
+        if (woken == 0)
+            dlg->ProcessModuleEvents();
+        else
+            dlg->ProcessSystemEvents();
+    }
+    dlg->m_bEventThreadRunning = 0;
+}
+
+void PDU_CALL CQuillonDlg::ModuleEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, void*, void* pAPITag)
+{
+    if (auto* dlg = static_cast<CQuillonDlg*>(pAPITag); dlg && dlg->m_hModuleEventSem) dlg->m_hModuleEventSem->Release();
+}
+
+void PDU_CALL CQuillonDlg::SystemEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, void*, void* pAPITag)
+{
+    if (auto* dlg = static_cast<CQuillonDlg*>(pAPITag); dlg && dlg->m_hSystemEventSem) dlg->m_hSystemEventSem->Release();
+}
+
+void CQuillonDlg::ProcessModuleEvents()
+{
+    // The module array is replaced only under PrintLock (list change) or on the UI thread after
+    // PDUDestruct, so this round works on a copy of the handles it needs.
+    std::vector<PduModuleRec> modules;
+    {
+        std::lock_guard lock(PrintLock);
+        modules = m_pPduModules;
+    }
+    for (const PduModuleRec& module : modules) {
+        for (;;) {
+            PDU_EVENT_ITEM* item = nullptr;
+            const T_PDU_ERROR rc = PduApi.PDUGetEventItem(module.hMod, PDU_HANDLE_UNDEF, &item);
+            if (rc == PDU_ERR_EVENT_QUEUE_EMPTY || rc == PDU_ERR_INVALID_HANDLE || rc == PDU_ERR_MODULE_NOT_CONNECTED)
+                break;
+            // Any other answer counts as an item; without one there is nothing to read.
+            if (!item) break;
+            LogModuleEvent(*item, module);
+            Destroy(item);
+        }
+    }
+}
+
+void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec& module)
+{
+    std::lock_guard lock(PrintLock);
+    Log("%s", kLongSeparator);
+    Log("Received an module event item from the PDU-API:\n");
+    switch (item.ItemType) {
+    case PDU_IT_STATUS: {
+        Log("ItemType=PDU_IT_STATUS: Status=");
+        const T_PDU_STATUS status = item.pData ? *static_cast<const T_PDU_STATUS*>(item.pData) : 0;
+        if (status == PDU_MODST_NOT_AVAIL) {
+            Log("PDU_MODST_NOT_AVAIL.\n");
+            Log("Module Short Name     : %s\n", module.displayName.c_str());
+        } else {
+            Log("%s", StatusLine(status));
+        }
+        break;
+    }
+    case PDU_IT_ERROR: {
+        const auto* error = static_cast<const PDU_ERROR_DATA*>(item.pData);
+        const T_PDU_ERR_EVT code = error ? error->ErrorCodeId : 0;
+        Log("PDU_IT_ERROR\n");
+        Log("Returned ErrorCodeId:0x%08x (%d): ", code, static_cast<int>(code));
+        Log("%s", ErrorEventLine(code));
+        break;
+    }
+    case PDU_IT_INFO: {
+        const auto* info = static_cast<const PDU_INFO_DATA*>(item.pData);
+        Log("PDU_IT_INFO\n");
+        Log("%s", InfoLine(info ? info->InfoCode : 0));
+        Log("ExtraInfoData: %d\n", info ? static_cast<int>(info->ExtraInfoData) : 0);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+void CQuillonDlg::ProcessSystemEvents()
+{
+    for (;;) {
+        PDU_EVENT_ITEM* item = nullptr;
+        const T_PDU_ERROR rc = PduApi.PDUGetEventItem(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &item);
+        if (rc == PDU_ERR_EVENT_QUEUE_EMPTY || rc == PDU_ERR_PDUAPI_NOT_CONSTRUCTED || !item) break;
+        Log("%s", kLongSeparator);
+        Log("Received an system event item from the PDU-API:\n");
+        if (item->ItemType != PDU_IT_INFO) {
+            Destroy(item);
+            continue;
+        }
+        Log("ItemType = PDU_IT_INFO\n");
+        {
+            std::lock_guard lock(PrintLock);
+            const auto* info = static_cast<const PDU_INFO_DATA*>(item->pData);
+            if (info && info->InfoCode == PDU_INFO_MODULE_LIST_CHG) {
+                Log("InfoCode = PDU_INFO_MODULE_LIST_CHG\n");
+                RebuildModuleTable();
+            }
+        }
+        Destroy(item);
+    }
+}
+
+// Runs under PrintLock on the event thread.
+void CQuillonDlg::RebuildModuleTable()
+{
+    while (m_ModuleCombo.GetCount() > 0) m_ModuleCombo.DeleteString(0);
+    Log("%s", kShortSeparator);
+    Log("Calling PDUGetModuleIds...\n");
+    PDU_MODULE_ITEM* list = nullptr;
+    m_LastPduStatus = PduApi.PDUGetModuleIds(&list);
+    Log("%s", kShortSeparator);
+    Log("Return of PDUGetModuleIds:\n%s\n", PduStatusText(m_LastPduStatus));
+    if (!list || list->NumEntries == 0 || !list->pModuleData) {
+        Log("Error: No PduApi module found!");
+        m_bApiUsable = false;
+        Destroy(list);
+        return;
+    }
+    m_bApiUsable = true;
+    Log("%s", kShortSeparator);
+    Log("Number of modules found: %d\n", static_cast<int>(list->NumEntries));
+    LogModuleList(*list, false);
+    // The selection points into the old array; the user selects a module anew.
+    m_pSelectedModule = nullptr;
+    m_pPduModules.assign(list->NumEntries, PduModuleRec{});
+    for (UNUM32 i = 0; i < list->NumEntries; ++i) {
+        const PDU_MODULE_DATA& m = list->pModuleData[i];
+        PduModuleRec& rec = m_pPduModules[i];
+        rec.hMod = m.hMod;
+        rec.ModuleTypeId = m.ModuleTypeId;
+        const bool known = std::any_of(m_ModuleTypes.begin(), m_ModuleTypes.end(),
+                                       [&](const ModuleTypeInfo& t) { return t.id == m.ModuleTypeId; });
+        if (!known) continue;
+        rec.displayName = BuildModuleDisplayName(m.pVendorModuleName, m.pVendorAdditionalInfo);
+        int index = m_ModuleCombo.FindStringExact(-1, rec.displayName);
+        if (index < 0) index = m_ModuleCombo.AddString(rec.displayName);
+        T_PDU_STATUS status = 0;
+        UNUM32 timestamp = 0, extra = 0;
+        const T_PDU_ERROR rc = PduApi.PDUGetStatus(m.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+        m_ModuleCombo.SetCheck(index, rc == PDU_STATUS_NOERROR && status == PDU_MODST_READY);
+        AddResourcesOfType(rec);
+    }
+    m_ModuleCombo.SetWindowText("");
+    Destroy(list);
+}
+
+// ---------------------------------------------------------------- the main dialog's IOCTLs
+
+bool CQuillonDlg::ResolveIoCtl(const char* name, uint32_t& id)
+{
+    id = PDU_ID_UNDEF;
+    std::string shortName = name;
+    return PduApi.PDUGetObjectId(PDU_OBJT_IO_CTRL, shortName.data(), &id) == PDU_STATUS_NOERROR;
+}
+
+int CQuillonDlg::SelectCableIndex(const PduModuleRec& module)
+{
+    uint32_t cableId = DefaultCableId(module.ModuleTypeId);
+    uint32_t ioctl = 0;
+    if (ResolveIoCtl("PDU_IOCTL_GET_CABLE_ID", ioctl)) {
+        PDU_DATA_ITEM* out = nullptr;
+        m_LastPduStatus = PduApi.PDUIoCtl(module.hMod, PDU_HANDLE_UNDEF, ioctl, nullptr, &out);
+        if (m_LastPduStatus != PDU_STATUS_NOERROR) {
+            Log("%s", kLongSeparator);
+            Log("Return of PDUIoCtl:\n%s\n", PduStatusText(m_LastPduStatus));
+            Log("PDUIoCtl failed for PDU_IOCTL_GET_CABLE_ID\n");
+        } else if (out) {
+            const uint32_t value = out->pData ? *static_cast<const UNUM32*>(out->pData) : 0;
+            if (out->ItemType == PDU_IT_IO_UNUM32) {
+                Log("PDU_IOCTL_GET_CABLE_ID delivers Cable-ID: %d\n", static_cast<int>(value));
+            } else {
+                Log("PDUIoCtl failed for PDU_IOCTL_READ_VBATT:\n");
+                Log("   resulting item type was not PDU_IT_IO_UNUM32\n");
+            }
+            cableId = value;
+        }
+        Destroy(out);
+    }
+    for (int i = 0; i < m_CableCombo.GetCount(); ++i) {
+        if (static_cast<uint32_t>(std::atoi(m_CableCombo.GetLBText(i).c_str())) == cableId) return i;
+    }
+    return 0;
+}
+
+void CQuillonDlg::OnBnClickedGetVBatt()
+{
+    if (!m_bPduConstructed) return;
+    uint32_t ioctl = 0;
+    if (!ResolveIoCtl("PDU_IOCTL_READ_VBATT", ioctl)) {
+        m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_READ_VBATT", "", ui::MB_OK);
+        return;
+    }
+    const int sel = m_ModuleCombo.GetCurSel();
+    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+    if (!module) {
+        m_ui.MessageBox("No Module selected! Function aborting!", "", ui::MB_OK);
+        return;
+    }
+    PDU_DATA_ITEM* out = nullptr;
+    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, PDU_HANDLE_UNDEF, ioctl, nullptr, &out);
+    if (m_LastPduStatus != PDU_STATUS_NOERROR) {
+        Log("%s", kLongSeparator);
+        Log("Return of PDUIoCtl:\n%s\n", PduStatusText(m_LastPduStatus));
+        Log("PDUIoCtl failed for PDU_IOCTL_READ_VBATT\n");
+    }
+    if (out && out->ItemType == PDU_IT_IO_UNUM32 && out->pData) {
+        Log("Voltage: %d\n", static_cast<int>(*static_cast<const UNUM32*>(out->pData)));
+    } else {
+        Log("PDUIoCtl failed for PDU_IOCTL_READ_VBATT:\n");
+        Log("   resulting item type was not PDU_IT_IO_UNUM32\n");
+    }
+    Destroy(out);
+}
+
+void CQuillonDlg::OnBnClickedGetIgnitionState()
+{
+    if (!m_bPduConstructed) return;
+    uint32_t ioctl = 0;
+    if (!ResolveIoCtl("PDU_IOCTL_READ_IGNITION_SENSE_STATE", ioctl)) {
+        m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_READ_IGNITION_SENESE_STATE", "", ui::MB_OK);
+        return;
+    }
+    const int sel = m_ModuleCombo.GetCurSel();
+    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+    if (!module) {
+        m_ui.MessageBox("No Module selected! Function aborting!", "", ui::MB_OK);
+        return;
+    }
+    UNUM32 pin = static_cast<UNUM32>(std::atoi(m_IgnitionEdit.GetWindowText().c_str()));
+    PDU_DATA_ITEM in{PDU_IT_IO_UNUM32, &pin};
+    PDU_DATA_ITEM* out = nullptr;
+    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, PDU_HANDLE_UNDEF, ioctl, &in, &out);
+    if (m_LastPduStatus != PDU_STATUS_NOERROR) {
+        Log("%s", kLongSeparator);
+        Log("Return of PDUIoCtl:\n%s\n", PduStatusText(m_LastPduStatus));
+        Log("PDUIoCtl failed for PDU_IOCTL_READ_IGNITION_SENSE_STATE\n");
+    }
+    if (out && out->ItemType == PDU_IT_IO_UNUM32 && out->pData) {
+        Log("IgnitionState: %d\n", static_cast<int>(*static_cast<const UNUM32*>(out->pData)));
+    } else {
+        Log("PDUIoCtl failed for PDU_IOCTL_READ_IGNITION_SENSE_STATE:\n");
+        Log("   resulting item type was not PDU_IT_IO_UNUM32\n");
+    }
+    Destroy(out);
+}
+
+void CQuillonDlg::OnBnClickedBusMonitoring()
+{
+    if (!m_bPduConstructed) return;
+    m_BusMonitoringDlg.ResetEnd();
+    if (m_ui.RunModal(m_BusMonitoringDlg) != ui::IDOK) return;
+
+    auto request = std::make_unique<BusTraceRequest>();
+    const CBusMonitoringDlg& d = m_BusMonitoringDlg;
+    for (const BusTypeInfo& b : m_BusTypes) {
+        if (b.name == d.m_BusTypeName) {
+            request->config.BusTypeId = b.id;
+            break;
+        }
+    }
+    request->pins[0].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin1.c_str()));
+    request->pins[1].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin2.c_str()));
+    request->config.NumPins = (!d.m_Pin1.empty() && !d.m_Pin2.empty()) ? 2 : 1;
+    request->config.pPins = request->pins;
+    request->config.Activate = d.m_Activate;
+    request->config.MaxTraceFileSize = d.m_MaxTraceFileSize;
+    request->traceFilePath = d.m_TraceFilePath;
+    request->traceFile = d.m_TraceFile;
+    request->config.pTraceFilePath = request->traceFilePath.empty() ? nullptr : request->traceFilePath.data();
+    request->config.pTraceFile = request->traceFile.empty() ? nullptr : request->traceFile.data();
+
+    uint32_t ioctl = 0;
+    if (!ResolveIoCtl("PDU_IOCTL_BUS_TRACE", ioctl))
+        m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_BUS_TRACE", "", ui::MB_OK);
+    request->array = PDU_IO_BYTEARRAY_DATA{sizeof(PDU_BUS_TRC_CONFIG), reinterpret_cast<UNUM8*>(&request->config)};
+    request->item = PDU_DATA_ITEM{PDU_IT_IO_BYTEARRAY, &request->array};
+    PDU_DATA_ITEM* item = &request->item;
+    m_BusTraceRequests.push_back(std::move(request));
+
+    const int sel = m_ModuleCombo.GetCurSel();
+    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+    if (!module) {
+        m_ui.MessageBox("PDUIoCtl failed. No module selected!", "", ui::MB_OK);
+        return;
+    }
+    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, 0, ioctl, item, nullptr);
+    if (m_LastPduStatus != PDU_STATUS_NOERROR)
+        m_ui.MessageBox("PDUIoCtl failed for PDU_IOCTL_CLEAR_TX_QUEUE", "", ui::MB_OK);
+}
