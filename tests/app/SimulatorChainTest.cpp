@@ -1,0 +1,92 @@
+// The main dialog on the built simulator, loaded through the root file the build writes.
+#include <chrono>
+#include <thread>
+
+#include "MainDialogFixture.h"
+#include "pdu/PduApi.h"
+
+namespace {
+
+bool WaitFor(const std::function<bool()>& done)
+{
+    for (int i = 0; i < 1000; ++i) {
+        if (done()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return done();
+}
+
+class SimulatorChainTest : public MainDialogFixture {
+protected:
+    void SetUp() override
+    {
+        MainDialogFixture::SetUp();
+        unsetenv("PDUSIM_FAULTS");
+        if (!std::filesystem::exists(m_root)) GTEST_SKIP() << "no simulator in this build";
+        StartupOptions options;
+        options.executableDirectory = ExeDir();
+        options.rootFilePath = m_root;
+        std::filesystem::create_directories(ExeDir());
+        m_dlg = std::make_unique<CQuillonDlg>(m_ui, options);
+        ASSERT_TRUE(m_dlg->OnInitDialog());
+        m_dlg->m_ApiCombo.UserSelect(m_dlg->m_ApiCombo.FindStringExact(-1, "MRVNE_PDUSIM"));
+        m_dlg->m_ParseMdfButton.Click();
+        m_dlg->m_ModuleConnectButton.Click();
+        ASSERT_EQ(m_dlg->m_ModuleCombo.GetCount(), 3);
+    }
+
+    void PlugIoCtl(const char* name, UNUM32 module)
+    {
+        UNUM32 id = 0;
+        std::string shortName = name;
+        ASSERT_EQ(PduApi.PDUGetObjectId(PDU_OBJT_IO_CTRL, shortName.data(), &id), PDU_STATUS_NOERROR);
+        PDU_DATA_ITEM in{PDU_IT_IO_UNUM32, &module};
+        PDU_DATA_ITEM* out = nullptr;
+        ASSERT_EQ(PduApi.PDUIoCtl(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, id, &in, &out), PDU_STATUS_NOERROR);
+        if (out) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(out));
+    }
+
+    const std::string m_root = std::string(QUILLON_RUNTIME_DIR) + "/pdu_api_root.xml";
+};
+
+}  // namespace
+
+TEST_F(SimulatorChainTest, UnplugAndPlugRebuildTheModuleComboThroughTheEventThread)
+{
+    PlugIoCtl("PDU_IOCTL_MRVNE_SIM_UNPLUG_MODULE", 2);
+    ASSERT_TRUE(WaitFor([&] { return m_dlg->m_ModuleCombo.GetCount() == 2; }));
+    PlugIoCtl("PDU_IOCTL_MRVNE_SIM_PLUG_MODULE", 2);
+    ASSERT_TRUE(WaitFor([&] { return m_dlg->m_ModuleCombo.GetCount() == 3; }));
+    ASSERT_TRUE(WaitFor([&] {
+        const auto rows = Log();
+        return std::count(rows.begin(), rows.end(), "InfoCode = PDU_INFO_MODULE_LIST_CHG") == 2;
+    }));
+    const auto rows = Log();
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "hMod: 0x1, ModuleStatus: PDU_MODST_READY"), rows.end());
+    // The connected module keeps its check mark; the rebuilt list is selected anew by the user.
+    EXPECT_EQ(m_dlg->m_ModuleCombo.GetCheck(m_dlg->m_ModuleCombo.FindStringExact(-1, "ZentaStick Morvane AG ZS-100231")), 1);
+    EXPECT_EQ(m_dlg->m_pSelectedModule, nullptr);
+}
+
+TEST_F(SimulatorChainTest, DisconnectClosesTheLinksOfThatModuleOnly)
+{
+    FakeLink onModule(m_ui, *m_dlg, m_dlg->m_pSelectedModule->hMod);
+    FakeLink onOther(m_ui, *m_dlg, 99);
+    m_dlg->m_LinkDialogs = {&onModule, &onOther};
+    m_dlg->m_ModuleDisconnectButton.Click();
+    EXPECT_TRUE(onModule.closed);
+    EXPECT_FALSE(onOther.closed);
+    EXPECT_EQ(m_dlg->m_LinkDialogs, std::vector<CLinkBaseDlg*>{&onOther});
+    EXPECT_EQ(m_dlg->m_ProtocolCombo.GetCount(), 0);
+    EXPECT_EQ(m_dlg->m_ModuleCombo.GetCheck(0), 0);
+    m_dlg->m_LinkDialogs.clear();
+}
+
+TEST_F(SimulatorChainTest, ExitAfterConstructionEndsInOrder)
+{
+    m_dlg->m_ExitButton.Click();
+    EXPECT_TRUE(m_dlg->IsEnded());
+    EXPECT_FALSE(m_dlg->IsEventThreadRunning());
+    EXPECT_FALSE(m_dlg->m_bPduConstructed);
+    EXPECT_FALSE(m_dlg->IsLibraryLoaded());
+}

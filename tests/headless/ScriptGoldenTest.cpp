@@ -1,0 +1,79 @@
+// The scripts in scripts/ run in quillon-cli against the simulator; their whole output must equal
+// the .expected file beside them (the build folder written as @BIN@). A script's "# env:" and
+// "# args:" lines give the simulator's environment and the program's arguments.
+// QUILLON_UPDATE_GOLDEN=1 writes the .expected files instead of comparing.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "../support/TempDir.h"
+
+namespace {
+
+const std::string kScriptsDir = std::string(QUILLON_SOURCE_DIR) + "/tests/headless/scripts";
+
+std::string HeaderValue(const std::string& script, const std::string& key)
+{
+    const std::string marker = "# " + key + ": ";
+    const size_t at = script.find(marker);
+    if (at == std::string::npos) return {};
+    const size_t end = script.find('\n', at);
+    return script.substr(at + marker.size(), end - at - marker.size());
+}
+
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
+{
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+std::string RunScript(const std::string& scriptPath, int& exitCode)
+{
+    TempDir dir;
+    const std::string script = ReadWholeFile(scriptPath);
+    const std::string env = HeaderValue(script, "env");
+    const std::string command = "env -u PDUSIM_FAULTS -u PDUSIM_MDF " + env + " " + QUILLON_RUNTIME_DIR +
+                                "/quillon-cli --ini '" + dir.File("Quillon.ini") + "' --root '" + QUILLON_RUNTIME_DIR +
+                                "/pdu_api_root.xml' " + HeaderValue(script, "args") + " '" + scriptPath + "' 2>&1";
+    std::string output;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return output;
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+    const int status = pclose(pipe);
+    exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ReplaceAll(output, QUILLON_RUNTIME_DIR, "@BIN@");
+}
+
+std::vector<std::string> Scripts()
+{
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(kScriptsDir)) {
+        if (entry.path().extension() == ".txt") names.push_back(entry.path().stem().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class ScriptGoldenTest : public ::testing::TestWithParam<std::string> {};
+
+}  // namespace
+
+TEST_P(ScriptGoldenTest, OutputMatches)
+{
+    if (!std::filesystem::exists(std::string(QUILLON_RUNTIME_DIR) + "/libpdusim.so")) GTEST_SKIP() << "no simulator";
+    const std::string base = kScriptsDir + "/" + GetParam();
+    int exitCode = -1;
+    const std::string output = RunScript(base + ".txt", exitCode);
+    if (std::getenv("QUILLON_UPDATE_GOLDEN")) {
+        std::ofstream(base + ".expected", std::ios::binary) << output;
+        return;
+    }
+    EXPECT_EQ(exitCode, 0) << output;
+    EXPECT_EQ(output, ReadWholeFile(base + ".expected"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Scripts, ScriptGoldenTest, ::testing::ValuesIn(Scripts()),
+                         [](const auto& info) { return info.param; });
