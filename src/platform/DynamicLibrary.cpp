@@ -27,6 +27,12 @@ int LoaderErrorCode(const std::string& path, int savedErrno)
 
 LibraryHandle Open(const std::string& path, LoadError* error)
 {
+    // dlopen("") would hand back the program itself.
+    if (path.empty()) {
+        if (error)
+            *error = {EINVAL, "empty library path"};
+        return nullptr;
+    }
     dlerror();
     errno = 0;
     LibraryHandle handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
