@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -130,8 +131,9 @@ TEST(DynamicLibrary, FailuresAreReportedNotFatal)
 TEST(ElfNeeded, ListsTheDependenciesOfAnElfFile)
 {
     const auto needed = ElfNeeded(kNeedsDep);
-    ASSERT_FALSE(needed.empty());
-    EXPECT_EQ(needed.front(), "libstubpdu_dep.so");
+    // A sanitizer build puts its runtime first.
+    EXPECT_NE(std::find(needed.begin(), needed.end(), "libstubpdu_dep.so"), needed.end());
+    EXPECT_NE(std::find(needed.begin(), needed.end(), "libc.so.6"), needed.end());
     EXPECT_TRUE(ElfNeeded(kDep + ".missing").empty());
 }
 
