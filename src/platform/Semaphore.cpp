@@ -14,7 +14,9 @@ Clock::time_point Deadline(uint32_t timeoutMs)
     return Clock::now() + std::chrono::milliseconds(timeoutMs);
 }
 
-void Signal(const std::vector<std::shared_ptr<Semaphore::Waiter>>& waiters)
+}  // namespace
+
+void Semaphore::Signal(const std::vector<std::shared_ptr<Waiter>>& waiters)
 {
     for (const auto& waiter : waiters) {
         {
@@ -24,8 +26,6 @@ void Signal(const std::vector<std::shared_ptr<Semaphore::Waiter>>& waiters)
         waiter->cv.notify_all();
     }
 }
-
-}  // namespace
 
 Semaphore::Semaphore(long initialCount, long maximumCount)
     : m_count(0), m_maximum(std::max(1L, maximumCount))

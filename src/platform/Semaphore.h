@@ -22,6 +22,9 @@ public:
     bool Wait(uint32_t timeoutMs = kInfinite);  // true when acquired
     bool TryWait();
 
+private:
+    friend int WaitAny(Semaphore& first, Semaphore& second, uint32_t timeoutMs);
+
     // A waiter on several semaphores at once; woken by any release of them.
     struct Waiter {
         std::mutex mutex;
@@ -30,8 +33,8 @@ public:
     };
     void AddWaiter(const std::shared_ptr<Waiter>& waiter);
     void RemoveWaiter(const std::shared_ptr<Waiter>& waiter);
+    static void Signal(const std::vector<std::shared_ptr<Waiter>>& waiters);
 
-private:
     std::mutex m_mutex;
     std::condition_variable m_cv;
     long m_count;
@@ -41,6 +44,10 @@ private:
 
 // Waits on two semaphores; when both are signalled the first wins. Returns the index of the
 // semaphore taken, -1 on time-out.
-int WaitAny(Semaphore& first, Semaphore& second, uint32_t timeoutMs = Semaphore::kInfinite);
+int WaitAny(Semaphore& first, Semaphore& second, uint32_t timeoutMs);
+inline int WaitAny(Semaphore& first, Semaphore& second)
+{
+    return WaitAny(first, second, Semaphore::kInfinite);
+}
 
 }  // namespace platform
