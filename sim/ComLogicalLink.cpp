@@ -409,20 +409,20 @@ void ComLogicalLink::Deliver(ComPrimitive& cop, const PendingResponse& pending, 
     if (!known || !PassesFilters(response.data)) return;  // the VCI does not listen to that identifier
     const ExpectedResponse* expected = Match(cop, response.data, urid);
     if (expected == nullptr) return;
-    ResultSpec spec;
-    spec.hCop = cop.handle;
-    spec.copTag = cop.tag;
-    spec.timestamp = context.Stamp(pending.due);
-    spec.data = response.data;
-    spec.uniqueRespId = urid;
-    spec.acceptanceId = expected->acceptanceId;
-    spec.txDoneTimestamp = cop.txDoneTimestamp;
-    spec.startMsgTimestamp = spec.timestamp;
-    if (response.segmented) spec.rxFlags[3] |= 0x40;
-    if (IsRaw() && response.sourceAddress > 0x7FF) spec.rxFlags[2] |= 0x01;
-    spec.withExtraInfo = !cop.txFlags.empty() && (cop.txFlags[0] & 0x20) != 0;
-    spec.header = BigEndian32(response.sourceAddress);
-    context.Emit(*this, ItemFactory::Result(spec));
+    ResultContent content;
+    content.hCop = cop.handle;
+    content.copTag = cop.tag;
+    content.timestamp = context.Stamp(pending.due);
+    content.data = response.data;
+    content.uniqueRespId = urid;
+    content.acceptanceId = expected->acceptanceId;
+    content.txDoneTimestamp = cop.txDoneTimestamp;
+    content.startMsgTimestamp = content.timestamp;
+    if (response.segmented) content.rxFlags[3] |= 0x40;
+    if (IsRaw() && response.sourceAddress > 0x7FF) content.rxFlags[2] |= 0x01;
+    content.withExtraInfo = !cop.txFlags.empty() && (cop.txFlags[0] & 0x20) != 0;
+    content.header = BigEndian32(response.sourceAddress);
+    context.Emit(*this, ItemFactory::Result(content));
     cop.receivedThisCycle++;
 }
 

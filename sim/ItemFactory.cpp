@@ -39,36 +39,36 @@ PDU_EVENT_ITEM* ItemFactory::Info(uint32_t timestamp, T_PDU_INFO code, uint32_t 
     return EventWith(PDU_IT_INFO, PDU_HANDLE_UNDEF, nullptr, timestamp, PDU_INFO_DATA{code, extra});
 }
 
-PDU_EVENT_ITEM* ItemFactory::Result(const ResultSpec& spec) {
+PDU_EVENT_ITEM* ItemFactory::Result(const ResultContent& content) {
     BlockLayout layout;
     const size_t head = layout.Add(sizeof(PDU_EVENT_ITEM));
     const size_t result = layout.Add(sizeof(PDU_RESULT_DATA));
-    const size_t rxFlags = layout.Add(spec.rxFlags.size());
+    const size_t rxFlags = layout.Add(content.rxFlags.size());
     const size_t tsFlags = layout.Add(1);
     const size_t extra = layout.Add(sizeof(PDU_EXTRA_INFO));
-    const size_t header = layout.Add(spec.header.size());
-    const size_t data = layout.Add(spec.data.size());
+    const size_t header = layout.Add(content.header.size());
+    const size_t data = layout.Add(content.data.size());
     void* block = ItemStore::Allocate(layout.Size());
     if (block == nullptr) return nullptr;
     auto* r = At<PDU_RESULT_DATA>(block, result);
-    r->RxFlag = {static_cast<UNUM32>(spec.rxFlags.size()), At<UNUM8>(block, rxFlags)};
-    CopyBytes(r->RxFlag.pFlagData, spec.rxFlags);
-    r->UniqueRespIdentifier = spec.uniqueRespId;
-    r->AcceptanceId = spec.acceptanceId;
+    r->RxFlag = {static_cast<UNUM32>(content.rxFlags.size()), At<UNUM8>(block, rxFlags)};
+    CopyBytes(r->RxFlag.pFlagData, content.rxFlags);
+    r->UniqueRespIdentifier = content.uniqueRespId;
+    r->AcceptanceId = content.acceptanceId;
     r->TimestampFlags = {1, At<UNUM8>(block, tsFlags)};
     *r->TimestampFlags.pFlagData = 0xC0;  // Tx done and start of message both valid
-    r->TxMsgDoneTimestamp = spec.txDoneTimestamp;
-    r->StartMsgTimestamp = spec.startMsgTimestamp;
-    if (spec.withExtraInfo) {
+    r->TxMsgDoneTimestamp = content.txDoneTimestamp;
+    r->StartMsgTimestamp = content.startMsgTimestamp;
+    if (content.withExtraInfo) {
         r->pExtraInfo = At<PDU_EXTRA_INFO>(block, extra);
-        *r->pExtraInfo = {static_cast<UNUM32>(spec.header.size()), 0, At<UNUM8>(block, header), nullptr};
-        CopyBytes(r->pExtraInfo->pHeaderBytes, spec.header);
+        *r->pExtraInfo = {static_cast<UNUM32>(content.header.size()), 0, At<UNUM8>(block, header), nullptr};
+        CopyBytes(r->pExtraInfo->pHeaderBytes, content.header);
     }
-    r->NumDataBytes = static_cast<UNUM32>(spec.data.size());
+    r->NumDataBytes = static_cast<UNUM32>(content.data.size());
     r->pDataBytes = At<UNUM8>(block, data);
-    CopyBytes(r->pDataBytes, spec.data);
+    CopyBytes(r->pDataBytes, content.data);
     auto* item = At<PDU_EVENT_ITEM>(block, head);
-    *item = PDU_EVENT_ITEM{PDU_IT_RESULT, spec.hCop, spec.copTag, spec.timestamp, r};
+    *item = PDU_EVENT_ITEM{PDU_IT_RESULT, content.hCop, content.copTag, content.timestamp, r};
     return item;
 }
 

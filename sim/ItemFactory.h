@@ -8,7 +8,7 @@
 
 namespace pdusim {
 
-struct ResultSpec {
+struct ResultContent {
     uint32_t hCop = 0;
     void* copTag = nullptr;
     uint32_t timestamp = 0;
@@ -40,7 +40,7 @@ public:
     static PDU_EVENT_ITEM* Status(uint32_t hCop, void* copTag, uint32_t timestamp, T_PDU_STATUS status);
     static PDU_EVENT_ITEM* Error(uint32_t hCop, void* copTag, uint32_t timestamp, T_PDU_ERR_EVT code, uint32_t extra);
     static PDU_EVENT_ITEM* Info(uint32_t timestamp, T_PDU_INFO code, uint32_t extra);
-    static PDU_EVENT_ITEM* Result(const ResultSpec& spec);
+    static PDU_EVENT_ITEM* Result(const ResultContent& content);
     static PDU_MODULE_ITEM* ModuleList(const std::vector<ModuleEntry>& modules);
     static PDU_RSC_ID_ITEM* ResourceIds(const std::vector<RscIdEntry>& entries);
     static PDU_RSC_CONFLICT_ITEM* Conflicts(const std::vector<PDU_RSC_CONFLICT_DATA>& conflicts);

@@ -173,7 +173,16 @@ QWidget* BindLog(controls::PrintListCtrl& log, QWidget* parent)
 
 namespace ControlBinder {
 
+QWidget* CreateBound(controls::Control& control, QWidget* parent);
+
 QWidget* CreateWidget(controls::Control& control, QWidget* parent)
+{
+    QWidget* widget = CreateBound(control, parent);
+    widget->setObjectName(QStringLiteral("control_%1").arg(control.Id()));
+    return widget;
+}
+
+QWidget* CreateBound(controls::Control& control, QWidget* parent)
 {
     if (auto* log = dynamic_cast<controls::PrintListCtrl*>(&control)) return BindLog(*log, parent);
     if (auto* combo = dynamic_cast<controls::ComboBox*>(&control)) return BindCombo(*combo, parent);

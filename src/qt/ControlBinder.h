@@ -10,7 +10,7 @@ class Control;
 
 namespace ControlBinder {
 
-// The widget for the control, bound both ways; owned by `parent`.
+// The widget for the control, bound both ways, named "control_<id>"; owned by `parent`.
 QWidget* CreateWidget(controls::Control& control, QWidget* parent);
 
 // Re-reads every bound control below `root` (after a timer tick or a "redraw now").

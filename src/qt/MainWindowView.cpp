@@ -28,9 +28,6 @@ QWidget* Labelled(controls::Control& c, QWidget* parent)
     label->setBuddy(widget);
     layout->addWidget(label);
     layout->addWidget(widget);
-    // The caption follows the control's visibility.
-    QObject::connect(widget, &QObject::objectNameChanged, label, [] {});
-    label->setVisible(c.IsVisible());
     return box;
 }
 
@@ -82,6 +79,7 @@ MainWindowView::MainWindowView(CQuillonDlg& d, QWidget* parent) : DialogView(d, 
     selection->addWidget(Labelled(d.m_ConflictingResourcesEdit, this), 2, 0, 1, 2);
 
     auto* info = new QGroupBox(QString::fromStdString(d.m_ResourceInfoGroup.Caption()), this);
+    info->setObjectName(QStringLiteral("control_%1").arg(d.m_ResourceInfoGroup.Id()));
     auto* infoRow = new QHBoxLayout(info);
     infoRow->addWidget(Labelled(d.m_InfoProtocolEdit, info));
     infoRow->addWidget(Labelled(d.m_InfoBustypeEdit, info));
