@@ -218,6 +218,16 @@ private:
     bool BeginSelectionHandler(controls::ComboBox& combo, std::string HistoryEntry::*field, std::string& text);
     void SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
     bool ResolveIoCtl(const char* name, uint32_t& id);
+    struct ModuleValueRead {
+        const char* ioctl;
+        const char* idFailure;
+        const char* valueName;
+    };
+    void ReadModuleValue(const ModuleValueRead& read, const UNUM32* input);
+    const PduModuleRec* SelectedModuleRecord();
+    PDU_MODULE_ITEM* CallGetModuleIds();
+    bool ModuleListUsable(PDU_MODULE_ITEM* list);
+    bool FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& record);
     void LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec& module);
     void StopEventThread();
     void ResetSelectionControls();

@@ -186,41 +186,21 @@ void CQuillonDlg::ProcessSystemEvents()
 void CQuillonDlg::RebuildModuleTable()
 {
     while (m_ModuleCombo.GetCount() > 0) m_ModuleCombo.DeleteString(0);
-    Log("%s", kShortSeparator);
-    Log("Calling PDUGetModuleIds...\n");
-    PDU_MODULE_ITEM* list = nullptr;
-    m_LastPduStatus = PduApi.PDUGetModuleIds(&list);
-    Log("%s", kShortSeparator);
-    Log("Return of PDUGetModuleIds:\n%s\n", PduStatusText(m_LastPduStatus));
-    if (!list || list->NumEntries == 0 || !list->pModuleData) {
-        Log("Error: No PduApi module found!");
-        m_bApiUsable = false;
-        Destroy(list);
-        return;
-    }
-    m_bApiUsable = true;
-    Log("%s", kShortSeparator);
-    Log("Number of modules found: %d\n", static_cast<int>(list->NumEntries));
+    PDU_MODULE_ITEM* list = CallGetModuleIds();
+    if (!ModuleListUsable(list)) return;
     LogModuleList(*list, false);
     // The selection points into the old array; the user selects a module anew.
     m_pSelectedModule = nullptr;
     m_pPduModules.assign(list->NumEntries, PduModuleRec{});
     for (UNUM32 i = 0; i < list->NumEntries; ++i) {
-        const PDU_MODULE_DATA& m = list->pModuleData[i];
         PduModuleRec& rec = m_pPduModules[i];
-        rec.hMod = m.hMod;
-        rec.ModuleTypeId = m.ModuleTypeId;
-        const bool known = std::any_of(m_ModuleTypes.begin(), m_ModuleTypes.end(),
-                                       [&](const ModuleTypeInfo& t) { return t.id == m.ModuleTypeId; });
-        if (!known) continue;
-        rec.displayName = BuildModuleDisplayName(m.pVendorModuleName, m.pVendorAdditionalInfo);
+        if (!FillModuleRecord(list->pModuleData[i], rec)) continue;
         int index = m_ModuleCombo.FindStringExact(-1, rec.displayName);
         if (index < 0) index = m_ModuleCombo.AddString(rec.displayName);
         T_PDU_STATUS status = 0;
         UNUM32 timestamp = 0, extra = 0;
-        const T_PDU_ERROR rc = PduApi.PDUGetStatus(m.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+        const T_PDU_ERROR rc = PduApi.PDUGetStatus(rec.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
         m_ModuleCombo.SetCheck(index, rc == PDU_STATUS_NOERROR && status == PDU_MODST_READY);
-        AddResourcesOfType(rec);
     }
     m_ModuleCombo.SetWindowText("");
     Destroy(list);
@@ -264,66 +244,56 @@ int CQuillonDlg::SelectCableIndex(const PduModuleRec& module)
     return 0;
 }
 
-void CQuillonDlg::OnBnClickedGetVBatt()
+const PduModuleRec* CQuillonDlg::SelectedModuleRecord()
+{
+    const int sel = m_ModuleCombo.GetCurSel();
+    return sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+}
+
+// A module IOCTL with an optional UNUM32 input whose UNUM32 answer goes into the log.
+void CQuillonDlg::ReadModuleValue(const ModuleValueRead& read, const UNUM32* input)
 {
     if (!m_bPduConstructed) return;
     uint32_t ioctl = 0;
-    if (!ResolveIoCtl("PDU_IOCTL_READ_VBATT", ioctl)) {
-        m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_READ_VBATT", "", ui::MB_OK);
+    if (!ResolveIoCtl(read.ioctl, ioctl)) {
+        m_ui.MessageBox(read.idFailure, "", ui::MB_OK);
         return;
     }
-    const int sel = m_ModuleCombo.GetCurSel();
-    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+    const PduModuleRec* module = SelectedModuleRecord();
     if (!module) {
         m_ui.MessageBox("No Module selected! Function aborting!", "", ui::MB_OK);
         return;
     }
+    UNUM32 value = input ? *input : 0;
+    PDU_DATA_ITEM in{PDU_IT_IO_UNUM32, &value};
     PDU_DATA_ITEM* out = nullptr;
-    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, PDU_HANDLE_UNDEF, ioctl, nullptr, &out);
+    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, PDU_HANDLE_UNDEF, ioctl, input ? &in : nullptr, &out);
     if (m_LastPduStatus != PDU_STATUS_NOERROR) {
         Log("%s", kLongSeparator);
         Log("Return of PDUIoCtl:\n%s\n", PduStatusText(m_LastPduStatus));
-        Log("PDUIoCtl failed for PDU_IOCTL_READ_VBATT\n");
+        Log("PDUIoCtl failed for %s\n", read.ioctl);
     }
     if (out && out->ItemType == PDU_IT_IO_UNUM32 && out->pData) {
-        Log("Voltage: %d\n", static_cast<int>(*static_cast<const UNUM32*>(out->pData)));
+        Log("%s: %d\n", read.valueName, static_cast<int>(*static_cast<const UNUM32*>(out->pData)));
     } else {
-        Log("PDUIoCtl failed for PDU_IOCTL_READ_VBATT:\n");
+        Log("PDUIoCtl failed for %s:\n", read.ioctl);
         Log("   resulting item type was not PDU_IT_IO_UNUM32\n");
     }
     Destroy(out);
 }
 
+void CQuillonDlg::OnBnClickedGetVBatt()
+{
+    ReadModuleValue({"PDU_IOCTL_READ_VBATT", "PDUGetObjectId failed for PDU_IOCTL_READ_VBATT", "Voltage"}, nullptr);
+}
+
 void CQuillonDlg::OnBnClickedGetIgnitionState()
 {
-    if (!m_bPduConstructed) return;
-    uint32_t ioctl = 0;
-    if (!ResolveIoCtl("PDU_IOCTL_READ_IGNITION_SENSE_STATE", ioctl)) {
-        m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_READ_IGNITION_SENESE_STATE", "", ui::MB_OK);
-        return;
-    }
-    const int sel = m_ModuleCombo.GetCurSel();
-    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
-    if (!module) {
-        m_ui.MessageBox("No Module selected! Function aborting!", "", ui::MB_OK);
-        return;
-    }
-    UNUM32 pin = static_cast<UNUM32>(std::atoi(m_IgnitionEdit.GetWindowText().c_str()));
-    PDU_DATA_ITEM in{PDU_IT_IO_UNUM32, &pin};
-    PDU_DATA_ITEM* out = nullptr;
-    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, PDU_HANDLE_UNDEF, ioctl, &in, &out);
-    if (m_LastPduStatus != PDU_STATUS_NOERROR) {
-        Log("%s", kLongSeparator);
-        Log("Return of PDUIoCtl:\n%s\n", PduStatusText(m_LastPduStatus));
-        Log("PDUIoCtl failed for PDU_IOCTL_READ_IGNITION_SENSE_STATE\n");
-    }
-    if (out && out->ItemType == PDU_IT_IO_UNUM32 && out->pData) {
-        Log("IgnitionState: %d\n", static_cast<int>(*static_cast<const UNUM32*>(out->pData)));
-    } else {
-        Log("PDUIoCtl failed for PDU_IOCTL_READ_IGNITION_SENSE_STATE:\n");
-        Log("   resulting item type was not PDU_IT_IO_UNUM32\n");
-    }
-    Destroy(out);
+    // The DLC pin from the edit beside the button; text that is no number sends 0.
+    const UNUM32 pin = static_cast<UNUM32>(std::atoi(m_IgnitionEdit.GetWindowText().c_str()));
+    ReadModuleValue({"PDU_IOCTL_READ_IGNITION_SENSE_STATE",
+                     "PDUGetObjectId failed for PDU_IOCTL_READ_IGNITION_SENESE_STATE", "IgnitionState"},
+                    &pin);
 }
 
 void CQuillonDlg::OnBnClickedBusMonitoring()
@@ -359,8 +329,7 @@ void CQuillonDlg::OnBnClickedBusMonitoring()
     PDU_DATA_ITEM* item = &request->item;
     m_BusTraceRequests.push_back(std::move(request));
 
-    const int sel = m_ModuleCombo.GetCurSel();
-    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
+    const PduModuleRec* module = SelectedModuleRecord();
     if (!module) {
         m_ui.MessageBox("PDUIoCtl failed. No module selected!", "", ui::MB_OK);
         return;

@@ -113,22 +113,9 @@ void CQuillonDlg::OnBnClickedParseMdf()
     }
     if (m_ModuleCombo.GetCount() > 0) m_ModuleCombo.ResetContent();
 
-    Log("%s", kShortSeparator);
-    Log("Calling PDUGetModuleIds...\n");
-    PDU_MODULE_ITEM* list = nullptr;
-    m_LastPduStatus = PduApi.PDUGetModuleIds(&list);
-    Log("%s", kShortSeparator);
-    Log("Return of PDUGetModuleIds:\n%s\n", PduStatusText(m_LastPduStatus));
-    if (!list || list->NumEntries == 0 || !list->pModuleData) {
-        Log("Error: No PduApi module found!");
-        m_bApiUsable = false;
-        if (list) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(list));
-        return;
-    }
-    m_bApiUsable = true;
+    PDU_MODULE_ITEM* list = CallGetModuleIds();
+    if (!ModuleListUsable(list)) return;
     m_nPduModules = static_cast<int>(list->NumEntries);
-    Log("%s", kShortSeparator);
-    Log("Number of modules found: %d\n", m_nPduModules);
     LogModuleList(*list, true);
     FillModuleCombo(*list);
     PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(list));
@@ -184,22 +171,55 @@ void CQuillonDlg::AddResourcesOfType(PduModuleRec& record)
     }
 }
 
+PDU_MODULE_ITEM* CQuillonDlg::CallGetModuleIds()
+{
+    Log("%s", kShortSeparator);
+    Log("Calling PDUGetModuleIds...\n");
+    PDU_MODULE_ITEM* list = nullptr;
+    m_LastPduStatus = PduApi.PDUGetModuleIds(&list);
+    Log("%s", kShortSeparator);
+    Log("Return of PDUGetModuleIds:\n%s\n", PduStatusText(m_LastPduStatus));
+    return list;
+}
+
+// A list without modules ends the command; the library gets back what it handed out.
+bool CQuillonDlg::ModuleListUsable(PDU_MODULE_ITEM* list)
+{
+    if (!list || list->NumEntries == 0 || !list->pModuleData) {
+        Log("Error: No PduApi module found!");
+        m_bApiUsable = false;
+        if (list) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(list));
+        return false;
+    }
+    m_bApiUsable = true;
+    Log("%s", kShortSeparator);
+    Log("Number of modules found: %d\n", static_cast<int>(list->NumEntries));
+    return true;
+}
+
+// Handle and type of a listed module; a type the description file knows also gets its display
+// name and resources. Answers whether the type is known.
+bool CQuillonDlg::FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& record)
+{
+    record.hMod = data.hMod;
+    record.ModuleTypeId = data.ModuleTypeId;
+    const bool known = std::any_of(m_ModuleTypes.begin(), m_ModuleTypes.end(),
+                                   [&](const ModuleTypeInfo& t) { return t.id == data.ModuleTypeId; });
+    if (!known) return false;
+    record.displayName = BuildModuleDisplayName(data.pVendorModuleName, data.pVendorAdditionalInfo);
+    AddResourcesOfType(record);
+    return true;
+}
+
 void CQuillonDlg::FillModuleCombo(const PDU_MODULE_ITEM& list)
 {
     m_pSelectedModule = nullptr;
     m_pPduModules.assign(list.NumEntries, PduModuleRec{});
     for (UNUM32 i = 0; i < list.NumEntries; ++i) {
-        const PDU_MODULE_DATA& m = list.pModuleData[i];
         PduModuleRec& rec = m_pPduModules[i];
-        rec.hMod = m.hMod;
-        rec.ModuleTypeId = m.ModuleTypeId;
-        const bool known = std::any_of(m_ModuleTypes.begin(), m_ModuleTypes.end(),
-                                       [&](const ModuleTypeInfo& t) { return t.id == m.ModuleTypeId; });
-        if (!known) continue;
-        rec.displayName = BuildModuleDisplayName(m.pVendorModuleName, m.pVendorAdditionalInfo);
+        if (!FillModuleRecord(list.pModuleData[i], rec)) continue;
         const int index = m_ModuleCombo.AddString(rec.displayName);
-        m_ModuleCombo.SetCheck(index, m.ModuleStatus == PDU_MODST_READY);
-        AddResourcesOfType(rec);
+        m_ModuleCombo.SetCheck(index, list.pModuleData[i].ModuleStatus == PDU_MODST_READY);
     }
 }
 
@@ -220,12 +240,7 @@ void CQuillonDlg::SetModuleChecked(bool checked)
 void CQuillonDlg::OnBnClickedGetModuleIds()
 {
     if (!m_bPduConstructed) return;
-    Log("%s", kShortSeparator);
-    Log("Calling PDUGetModuleIds...\n");
-    PDU_MODULE_ITEM* list = nullptr;
-    m_LastPduStatus = PduApi.PDUGetModuleIds(&list);
-    Log("%s", kShortSeparator);
-    Log("Return of PDUGetModuleIds:\n%s\n", PduStatusText(m_LastPduStatus));
+    PDU_MODULE_ITEM* list = CallGetModuleIds();
     const auto destroy = [&list] {
         if (list) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(list));
     };
@@ -234,14 +249,7 @@ void CQuillonDlg::OnBnClickedGetModuleIds()
         m_bApiUsable = true;  // set where the next case clears it; kept as it has always been
         return destroy();
     }
-    if (!list || list->NumEntries == 0 || !list->pModuleData) {
-        Log("Error: No PduApi module found!");
-        m_bApiUsable = false;
-        return destroy();
-    }
-    m_bApiUsable = true;
-    Log("%s", kShortSeparator);
-    Log("Number of modules found: %d\n", static_cast<int>(list->NumEntries));
+    if (!ModuleListUsable(list)) return;
     for (UNUM32 i = 0; i < list->NumEntries; ++i) {
         const PDU_MODULE_DATA& m = list->pModuleData[i];
         Log("\n         ModuleTypeId: %u", m.ModuleTypeId);

@@ -72,7 +72,10 @@ QWidget* BindEdit(controls::Edit& edit, QWidget* parent)
     QObject::connect(w, &QLineEdit::textEdited, w, [&edit](const QString& t) { edit.SetWindowText(t.toStdString()); });
     Attach(edit, w, [&edit, w] {
         const QString text = Text(edit.GetWindowText());
-        if (w->text() != text) w->setText(text);
+        if (w->text() != text) {
+            w->setText(text);
+            w->setCursorPosition(0);  // long texts show their start, as the toolkit's edit does
+        }
         w->setReadOnly(edit.IsReadOnly());
         ApplyCommonState(edit, w);
     });

@@ -4,6 +4,8 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "app/CQuillonDlg.h"
@@ -29,6 +31,28 @@ QWidget* Labelled(controls::Control& c, QWidget* parent)
     layout->addWidget(label);
     layout->addWidget(widget);
     return box;
+}
+
+// The maker's bitmap on the button beside "About Morvane".
+QPixmap MakerBitmap()
+{
+    QPixmap pixmap(96, 24);
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient gradient(0, 0, 96, 0);
+    gradient.setColorAt(0, QColor(0x1f, 0x4e, 0x79));
+    gradient.setColorAt(1, QColor(0x2e, 0x86, 0xc1));
+    p.setBrush(gradient);
+    p.setPen(Qt::NoPen);
+    p.drawRoundedRect(pixmap.rect(), 4, 4);
+    p.setPen(Qt::white);
+    QFont font = p.font();
+    font.setBold(true);
+    font.setPointSize(9);
+    p.setFont(font);
+    p.drawText(pixmap.rect(), Qt::AlignCenter, "MORVANE");
+    return pixmap;
 }
 
 QHBoxLayout* Row(QVBoxLayout* parent)
@@ -98,7 +122,12 @@ MainWindowView::MainWindowView(CQuillonDlg& d, QWidget* parent) : DialogView(d, 
     main->addWidget(log, 1);
 
     auto* bottom = Row(main);
-    bottom->addWidget(W(d.m_BitmapButton, this));
+    auto* bitmap = static_cast<QPushButton*>(W(d.m_BitmapButton, this));
+    bitmap->setIcon(MakerBitmap());
+    bitmap->setIconSize(QSize(96, 24));
+    bitmap->setText(QString());
+    bitmap->setFlat(true);
+    bottom->addWidget(bitmap);
     bottom->addWidget(W(d.m_AboutButton, this));
     bottom->addStretch(1);
     bottom->addWidget(W(d.m_ClearLogButton, this));

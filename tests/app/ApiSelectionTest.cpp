@@ -1,5 +1,6 @@
 #include <regex>
 
+#include "../support/LogTexts.h"
 #include "MainDialogFixture.h"
 
 namespace {
@@ -24,17 +25,6 @@ protected:
     size_t m_start = 0;
 };
 
-std::string LoadLines(const std::string& name, const std::string& lib)
-{
-    return "----------------------------------------------------\n"
-           "Selected MVCI module: " + name + "\n"
-           "----------------------------------------------------\n"
-           "PDU-API dll:\n" + lib + "\n"
-           "PDU-API ModuleDescriptionFile:\n/nowhere/mdf.xml\n"
-           "PDU-API CableDescriptionFile:\n/nowhere/cdf.xml\n"
-           "Loading PDU-API library file...\n\n"
-           "PduApiLibPath:\"" + lib + "\"\n";
-}
 
 const std::string kChanging = "\n*********** Changing the PDU-API module ************\n\n";
 const std::string kUnloading = "\n*********** Unloading PDU-API module ************\n\n";
@@ -48,14 +38,14 @@ TEST_F(ApiSelectionTest, LoadsTheChosenLibraryAndChangesToAnother)
     StartWith({{"FULL", "Morvane AG", FixtureLib("libstubpdu_full.so")},
                {"NOCAN", "Other", FixtureLib("libstubpdu_nocanread.so")}});
     Choose("FULL");
-    EXPECT_EQ(NewLog(), kChanging + LoadLines("FULL", full) + "Loading successful!\n\n");
+    EXPECT_EQ(NewLog(), kChanging + LoadPduApiLog("FULL", full) + "Loading successful!\n\n");
     EXPECT_TRUE(m_dlg->IsLibraryLoaded());
     EXPECT_TRUE(m_dlg->m_bApiUsable);
     EXPECT_EQ(m_dlg->m_CurrentEntry.PDUShortName, "FULL");
 
     m_start = Log().size() - 1;
     Choose("NOCAN");
-    EXPECT_EQ(NewLog(), kUnloading + kChanging + LoadLines("NOCAN", nocan) + "Loading successful!\n\n");
+    EXPECT_EQ(NewLog(), kUnloading + kChanging + LoadPduApiLog("NOCAN", nocan) + "Loading successful!\n\n");
     EXPECT_TRUE(m_dlg->m_bApiUsable);
 
     m_start = Log().size() - 1;
@@ -76,7 +66,7 @@ TEST_F(ApiSelectionTest, SecondLoadSearchesTheLibrarysOwnFolder)
     StartWith({{"DEP", "Morvane AG", FixtureLib("needsdep/libstubpdu_needsdep.so")}});
     Choose("DEP");
     const std::string log = NewLog();
-    const std::string head = kChanging + LoadLines("DEP", lib);
+    const std::string head = kChanging + LoadPduApiLog("DEP", lib);
     ASSERT_EQ(log.substr(0, head.size()), head);
     const std::regex tail("\nLoadLibrary Error:-?[0-9]+\n.*libstubpdu_dep.so.*\n"
                           "Error LoadLibrary\\(" + lib + "\\)\\.\nTrying LoadLibraryEx\\.\\.\\.\n"

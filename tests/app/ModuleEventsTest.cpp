@@ -2,20 +2,11 @@
 #include <chrono>
 #include <thread>
 
+#include "../support/WaitFor.h"
 #include "MainDialogFixture.h"
 #include "pdu/PduApi.h"
 
 namespace {
-
-// Waits, bounded, for something another thread does; the bound only keeps a broken build from hanging.
-bool WaitFor(const std::function<bool()>& done)
-{
-    for (int i = 0; i < 1000; ++i) {
-        if (done()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return done();
-}
 
 int CountRows(const std::vector<std::string>& rows, const std::string& text)
 {

@@ -2,19 +2,12 @@
 #include <chrono>
 #include <thread>
 
+#include "../support/WaitFor.h"
 #include "MainDialogFixture.h"
 #include "pdu/PduApi.h"
 
 namespace {
 
-bool WaitFor(const std::function<bool()>& done)
-{
-    for (int i = 0; i < 1000; ++i) {
-        if (done()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return done();
-}
 
 class SimulatorChainTest : public MainDialogFixture {
 protected:
@@ -89,4 +82,67 @@ TEST_F(SimulatorChainTest, ExitAfterConstructionEndsInOrder)
     EXPECT_FALSE(m_dlg->IsEventThreadRunning());
     EXPECT_FALSE(m_dlg->m_bPduConstructed);
     EXPECT_FALSE(m_dlg->IsLibraryLoaded());
+}
+
+namespace {
+
+// Answers for single library calls a test puts in place of the simulator's.
+struct Override {
+    static inline UNUM32 foreignModule = 0;
+    static inline UNUM32 cableId = 0;
+    static inline PDU_RSC_ID_ITEM_DATA data{};
+    static inline UNUM32 ids[1] = {4242};
+    static inline PDU_RSC_ID_ITEM list{};
+    static inline UNUM32 value = 0;
+    static inline PDU_DATA_ITEM item{};
+
+    static T_PDU_ERROR PDU_CALL ResourceIdsOnOtherModule(UNUM32, PDU_RSC_DATA*, PDU_RSC_ID_ITEM** out)
+    {
+        data = PDU_RSC_ID_ITEM_DATA{foreignModule, 1, ids};
+        list = PDU_RSC_ID_ITEM{PDU_IT_RSC_ID, 1, &data};
+        *out = &list;
+        return PDU_STATUS_NOERROR;
+    }
+    static T_PDU_ERROR PDU_CALL CableIdIoCtl(UNUM32, UNUM32, UNUM32, PDU_DATA_ITEM*, PDU_DATA_ITEM** out)
+    {
+        value = cableId;
+        item = PDU_DATA_ITEM{PDU_IT_IO_UNUM32, &value};
+        *out = &item;
+        return PDU_STATUS_NOERROR;
+    }
+    static T_PDU_ERROR PDU_CALL DestroyNothing(PDU_ITEM*) { return PDU_STATUS_NOERROR; }
+};
+
+}  // namespace
+
+TEST_F(SimulatorChainTest, ResourceOnAnotherModuleSelectsNone)
+{
+    const PduApiTable saved = PduApi;
+    Override::foreignModule = m_dlg->m_pSelectedModule->hMod + 1;
+    PduApi.PDUGetResourceIds = &Override::ResourceIdsOnOtherModule;
+    PduApi.PDUDestroyItem = &Override::DestroyNothing;
+    const size_t start = Log().size() - 1;
+    m_dlg->m_UpdateResourceStatusButton.Click();
+    PduApi = saved;
+    EXPECT_EQ(m_dlg->m_SelectedResourceId, 0u);
+    EXPECT_EQ(LogText(start), "----------------------------------------------------\n"
+                              "Return of PDUGetResourceIds:\nPDU_STATUS_NOERROR: PDU function call successful\n"
+                              "----------------------------------------------------\n"
+                              "Number of matching resource IDs: 1 on num modules: 1\n"
+                              "----------------------------------------------------\n"
+                              "Resource found on other module than requested.\n\n");
+}
+
+TEST_F(SimulatorChainTest, UnknownCableIdPreselectsTheFirstCable)
+{
+    const PduApiTable saved = PduApi;
+    for (const uint32_t cable : {102u, 999u}) {
+        Override::cableId = cable;
+        PduApi.PDUIoCtl = &Override::CableIdIoCtl;
+        PduApi.PDUDestroyItem = &Override::DestroyNothing;
+        m_dlg->m_BustypeCombo.UserSelect(0);
+        PduApi = saved;
+        EXPECT_EQ(m_dlg->m_CableCombo.GetLBText(m_dlg->m_CableCombo.GetCurSel()),
+                  cable == 102 ? "102 Y-Cable OBD" : "100 ZentaStick OBD Cable");
+    }
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <regex>
 
+#include "../support/LogTexts.h"
 #include "../support/TempDir.h"
 #include "headless/ScriptDriver.h"
 
@@ -44,17 +45,6 @@ std::string Lib(const std::string& name)
 const std::string kStartLog = "************ Getting MVCI Module paths *************\n\n"
                               "Root description file contains 2 MVCI modules.\n";
 
-std::string LoadLog(const std::string& name, const std::string& lib)
-{
-    return "----------------------------------------------------\n"
-           "Selected MVCI module: " + name + "\n"
-           "----------------------------------------------------\n"
-           "PDU-API dll:\n" + lib + "\n"
-           "PDU-API ModuleDescriptionFile:\n/nowhere/mdf.xml\n"
-           "PDU-API CableDescriptionFile:\n/nowhere/cdf.xml\n"
-           "Loading PDU-API library file...\n\n"
-           "PduApiLibPath:\"" + lib + "\"\n";
-}
 
 }  // namespace
 
@@ -76,10 +66,10 @@ TEST_F(CliTest, StartChooseUnloadAndChange)
     const std::string unloading = "\n*********** Unloading PDU-API module ************\n\n";
     EXPECT_EQ(run.output, "[Select PDU-API Version]\nFULL\nNOCAN\n"
                           "[Select PDU-API Version] FULL\n" +
-                              kStartLog + changing + LoadLog("FULL", Lib("libstubpdu_full.so")) +
+                              kStartLog + changing + LoadPduApiLog("FULL", Lib("libstubpdu_full.so")) +
                               "Loading successful!\n" + unloading + changing +
-                              LoadLog("NOCAN", Lib("libstubpdu_nocanread.so")) + "Loading successful!\n" +
-                              unloading + changing + LoadLog("FULL", Lib("libstubpdu_full.so")) +
+                              LoadPduApiLog("NOCAN", Lib("libstubpdu_nocanread.so")) + "Loading successful!\n" +
+                              unloading + changing + LoadPduApiLog("FULL", Lib("libstubpdu_full.so")) +
                               "Loading successful!\n\n");
 }
 
