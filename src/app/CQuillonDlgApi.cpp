@@ -71,6 +71,8 @@ void CQuillonDlg::ResetSelectionControls()
 
 void CQuillonDlg::ClearWorkingTables()
 {
+    // The event thread takes its copy of the module array under PrintLock.
+    std::lock_guard lock(PrintLock);
     m_pSelectedModule = nullptr;
     m_pPduModules.clear();
     m_nPduModules = 0;

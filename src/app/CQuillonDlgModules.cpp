@@ -213,6 +213,7 @@ bool CQuillonDlg::FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& re
 
 void CQuillonDlg::FillModuleCombo(const PDU_MODULE_ITEM& list)
 {
+    std::lock_guard lock(PrintLock);  // the event thread reads the array under it
     m_pSelectedModule = nullptr;
     m_pPduModules.assign(list.NumEntries, PduModuleRec{});
     for (UNUM32 i = 0; i < list.NumEntries; ++i) {

@@ -130,7 +130,8 @@ void SyncComboItems(controls::ComboBox& combo, QComboBox* w)
         auto* model = qobject_cast<QStandardItemModel*>(w->model());
         for (int i = 0; model && i < w->count(); ++i) {
             if (QStandardItem* item = model->item(i)) {
-                item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+                // The marks are the program's to set: shown, not toggled by a click.
+                item->setFlags(item->flags() & ~Qt::ItemIsUserCheckable);
                 item->setCheckState(check->GetCheck(i) ? Qt::Checked : Qt::Unchecked);
             }
         }
