@@ -88,7 +88,7 @@ QWidget* BindButton(controls::Button& button, QWidget* parent)
     w->setAutoDefault(false);
     QObject::connect(w, &QPushButton::clicked, w, [&button] { button.Click(); });
     Attach(button, w, [&button, w] {
-        w->setText(Text(button.Caption()));
+        if (w->icon().isNull()) w->setText(Text(button.Caption()));  // a picture button shows no caption
         ApplyCommonState(button, w);
     });
     return w;
