@@ -16,6 +16,7 @@ constexpr char kRawCanProtocol[] = "ISO_11898_RAW";
 constexpr uint32_t kCanClassicPayload = 7;  // single frame of ISO 15765-2, normal addressing
 constexpr uint32_t kKwpEcuAddress = 0x10;
 constexpr uint32_t kKwpFunctionalAddress = 0x33;
+constexpr uint32_t kLargest11BitId = 0x7FF;
 
 struct Route {
     uint32_t request = 0;
@@ -109,6 +110,8 @@ std::vector<TimedResponse> Vehicle::Impl::AskUds(std::vector<UdsNode>& nodes, co
                                                  bool can) {
     const uint32_t mark = can ? request.targetAddress & RawCanNode::kExtendedFlag : 0;
     const uint32_t target = can ? request.targetAddress & RawCanNode::kIdMask : request.targetAddress;
+    // A 29-bit frame that carries a small id is not the 11-bit frame of that id: nobody listens.
+    if (mark != 0 && target <= kLargest11BitId) return {};
     std::vector<TimedResponse> out;
     for (UdsNode& node : nodes) {
         bool functional = request.functional;

@@ -67,6 +67,8 @@ TEST(Vehicle, RoutesByBusProtocolAndAddress) {
          {VehicleBus::Can, "ISO_14229_3_on_ISO_15765_2", 0x7E0, false, {0x3E, 0x00}},
          {{0x7E8, {0x7E, 0x00}, 5000, false}}},
         {"unknown CAN id", Can(0x7E5, {0x3E, 0x00}), {}},
+        {"11-bit id sent as a 29-bit frame", Can(0x800007E0, {0x3E, 0x00}), {}},
+        {"functional 11-bit id sent as a 29-bit frame", Can(0x800007DF, {0x3E, 0x00}), {}},
         {"physical id with no ECU", Can(0x7DE, {0x3E, 0x00}), {}},
         {"functional tester present",
          Can(0x7DF, {0x3E, 0x00}),
