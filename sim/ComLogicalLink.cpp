@@ -16,6 +16,9 @@ constexpr SteadyTime kNever = SteadyTime::max();
 constexpr uint32_t kTrafficPeriodMs = 100;
 constexpr size_t kEndedCopMemory = 1024;
 constexpr uint32_t kDefaultUrid = 1;
+constexpr uint32_t kCanExtendedMark = 0x80000000;  // bit 31 marks a 29-bit id, as the vehicle reads it
+constexpr uint32_t kCanIdMask = 0x1FFFFFFF;
+constexpr uint32_t kMinTesterPresentUs = 1000;    // so a zero time cannot spin the scheduler
 
 VehicleBus BusOf(const std::string& protocol) {
     if (protocol.find("13400") != std::string::npos) return VehicleBus::Ethernet;
@@ -28,6 +31,10 @@ VehicleBus BusOf(const std::string& protocol) {
 bool IsResponsePending(const std::vector<uint8_t>& data) {
     return data.size() >= 3 && data[0] == 0x7F && data[2] == 0x78;
 }
+
+bool IsPositive(const std::vector<uint8_t>& data) { return !data.empty() && data[0] != 0x7F; }
+
+bool IsUudtFilter(uint32_t type) { return type == PDU_FLT_PASS_UUDT || type == PDU_FLT_BLOCK_UUDT; }
 
 std::vector<uint8_t> BigEndian32(uint32_t value) {
     return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
@@ -179,6 +186,12 @@ T_PDU_ERROR ComLogicalLink::Start(T_PDU_COPT type, const std::vector<uint8_t>& d
         cop->sendCycles = 1;
         cop->receiveCycles = 1;
     }
+    if (type == PDU_COPT_STARTCOMM || type == PDU_COPT_STOPCOMM) {
+        // Cycles and time are SENDRECV's; a StartCommunication is one request, one answer.
+        cop->sendCycles = 1;
+        cop->receiveCycles = 1;
+        cop->timeMs = 0;
+    }
     if (temporary && (type == PDU_COPT_UPDATEPARAM || type == PDU_COPT_RESTORE_PARAM || type == PDU_COPT_DELAY))
         return PDU_ERR_TEMPPARAM_NOT_ALLOWED;
     // A temporary update uses the working set once; the working set then falls back to the active one.
@@ -210,6 +223,20 @@ bool ComLogicalLink::CopStatus(uint32_t hCop, T_PDU_STATUS& status) const {
     return true;
 }
 
+bool ComLogicalLink::StartCommPending() const {
+    return std::any_of(m_cops.begin(), m_cops.end(),
+                       [](const auto& cop) { return cop->type == PDU_COPT_STARTCOMM && !cop->done; });
+}
+
+bool ComLogicalLink::ChangesPhysicalParams() const {
+    for (const auto& [id, value] : m_working) {
+        if (value.Class() != PDU_PC_BUSTYPE) continue;
+        const auto active = m_active.find(id);
+        if (active == m_active.end() || !(active->second == value)) return true;
+    }
+    return false;
+}
+
 void ComLogicalLink::ClearTxQueue(LinkContext& context) {
     const SteadyTime now = std::chrono::steady_clock::now();
     for (auto& cop : m_cops)
@@ -225,6 +252,10 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
         if (!cop->background) foregroundSeen = true;
         if (runnable) next = std::min(next, cop->started ? cop->nextAction : SteadyTime{});
     }
+    if (TesterPresentEnabled()) {
+        next = std::min(next, m_testerPresentDue == kNever ? SteadyTime{} : m_testerPresentDue);
+        if (!m_testerPresentAnswers.empty()) next = std::min(next, m_testerPresentAnswers.front().due);
+    }
     if (next == kNever) return std::nullopt;
     return next;
 }
@@ -232,6 +263,7 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
 void ComLogicalLink::Run(SteadyTime now, LinkContext& context) {
     for (int guard = 0; guard < 10000 && RunOnce(now, context); ++guard) {
     }
+    RunTesterPresent(now, context);
     for (const auto& cop : m_cops)
         if (cop->done) {
             if (m_endedCops.size() >= kEndedCopMemory) m_endedCops.erase(m_endedCops.begin());
@@ -265,12 +297,10 @@ void ComLogicalLink::Step(ComPrimitive& cop, SteadyTime now, LinkContext& contex
     switch (cop.type) {
         case PDU_COPT_SENDRECV: StepSendRecv(cop, now, context); break;
         case PDU_COPT_STARTCOMM:
-            SetState(PDU_CLLST_COMM_STARTED, context);
-            Finish(cop, PDU_COPST_FINISHED, now, context);
-            break;
         case PDU_COPT_STOPCOMM:
-            SetState(PDU_CLLST_ONLINE, context);
-            Finish(cop, PDU_COPST_FINISHED, now, context);
+            // With PDU bytes the request goes to the vehicle like a SENDRECV; the state follows at the end.
+            if (cop.data.empty()) Finish(cop, PDU_COPST_FINISHED, now, context);
+            else StepSendRecv(cop, now, context);
             break;
         case PDU_COPT_UPDATEPARAM:
             m_active = m_working;
@@ -318,8 +348,11 @@ void ComLogicalLink::Send(ComPrimitive& cop, SteadyTime now, LinkContext& contex
     const uint32_t p2Max = Param(cop.params, "CP_P2Max", 150000);
     cop.deadline = cop.receiveCycles == -1 ? kNever : now + microseconds(p2Max);
     cop.nextTraffic = now + milliseconds(cop.trafficPeriod);
+    // A tester present sent "when the bus is idle" waits a full period after any request.
+    if (TesterPresentEnabled() && Param(m_active, "CP_TesterPresentSendType", 1) == 1)
+        m_testerPresentDue = TesterPresentPeriodEnd(now);
     SteadyTime due = now;
-    for (VehicleResponse& response : context.TheVehicle().Request(BuildRequest(cop))) {
+    for (VehicleResponse& response : context.TheVehicle().Request(BuildRequest(cop.params, cop.data, cop.Can29Bit()))) {
         due += microseconds(response.delayUs);
         cop.pending.push_back({due, std::move(response)});
     }
@@ -336,6 +369,9 @@ void ComLogicalLink::ReceiveDue(ComPrimitive& cop, SteadyTime now, LinkContext& 
             cop.deadline = response.due + microseconds(Param(cop.params, "CP_P2Star", 5050000));
             continue;
         }
+        const bool positive = IsPositive(response.response.data);
+        cop.positiveSeen = cop.positiveSeen || positive;
+        if (positive && cop.SuppressPositive() && !IsRaw()) continue;  // it went out, but nobody wants it
         Deliver(cop, response, context);
         if (cop.receiveCycles > 0 && cop.receivedThisCycle >= cop.receiveCycles) {
             CycleComplete(cop, now, context);
@@ -347,7 +383,8 @@ void ComLogicalLink::ReceiveDue(ComPrimitive& cop, SteadyTime now, LinkContext& 
         now >= cop.cycleStart + milliseconds(std::max<uint32_t>(cop.timeMs, 1))) {
         Send(cop, now, context);  // endless receive keeps the cyclic sends going
     } else if (now >= cop.deadline) {
-        if (!(cop.receiveCycles == -2 && cop.receivedThisCycle > 0))
+        // With the positive answer suppressed, silence is the expected outcome.
+        if (!(cop.receiveCycles == -2 && cop.receivedThisCycle > 0) && !cop.SuppressPositive())
             EmitError(cop, PDU_ERR_EVT_RX_TIMEOUT, 0, now, context);
         CycleComplete(cop, now, context);
         return;
@@ -392,6 +429,11 @@ void ComLogicalLink::Finish(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime n
     cop.done = true;
     cop.status = status;
     cop.pending.clear();
+    if (status == PDU_COPST_FINISHED && cop.type == PDU_COPT_STARTCOMM &&
+        (m_bus != VehicleBus::KLine || cop.data.empty() || cop.positiveSeen))
+        SetState(PDU_CLLST_COMM_STARTED, context);
+    if (status == PDU_COPST_FINISHED && cop.type == PDU_COPT_STOPCOMM && m_state == PDU_CLLST_COMM_STARTED)
+        SetState(PDU_CLLST_ONLINE, context);
     context.Emit(*this, ItemFactory::Status(cop.handle, cop.tag, context.Stamp(now), status));
 }
 
@@ -402,11 +444,55 @@ void ComLogicalLink::EmitError(ComPrimitive& cop, T_PDU_ERR_EVT code, uint32_t e
     context.Emit(*this, ItemFactory::Error(cop.handle, cop.tag, stamp, code, extra));
 }
 
+void ComLogicalLink::EmitLinkError(T_PDU_ERR_EVT code, SteadyTime time, LinkContext& context) {
+    const uint32_t stamp = context.Stamp(time);
+    lastError = {code, PDU_HANDLE_UNDEF, stamp, 0};
+    context.Emit(*this, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, stamp, code, 0));
+}
+
+bool ComLogicalLink::TesterPresentEnabled() const {
+    return m_state == PDU_CLLST_COMM_STARTED && !IsRaw() && Param(m_active, "CP_TesterPresentHandling", 0) == 1;
+}
+
+SteadyTime ComLogicalLink::TesterPresentPeriodEnd(SteadyTime from) const {
+    return from + microseconds(std::max(Param(m_active, "CP_TesterPresentTime", 2000000), kMinTesterPresentUs));
+}
+
+void ComLogicalLink::RunTesterPresent(SteadyTime now, LinkContext& context) {
+    if (!TesterPresentEnabled()) {
+        m_testerPresentDue = kNever;
+        m_testerPresentAnswers.clear();
+        return;
+    }
+    while (!m_testerPresentAnswers.empty() && m_testerPresentAnswers.front().due <= now) {
+        const PendingResponse answer = std::move(m_testerPresentAnswers.front());
+        m_testerPresentAnswers.pop_front();
+        const std::vector<uint8_t>& data = answer.response.data;
+        if (data.empty() || (!IsPositive(data) && !IsResponsePending(data)))
+            EmitLinkError(PDU_ERR_EVT_TESTER_PRESENT_ERROR, answer.due, context);
+    }
+    if (m_testerPresentDue == kNever) m_testerPresentDue = TesterPresentPeriodEnd(now);
+    if (now < m_testerPresentDue) return;
+    m_testerPresentDue = TesterPresentPeriodEnd(now);
+    const auto id = m_paramIds.find("CP_TesterPresentMessage");
+    const auto message = id == m_paramIds.end() ? m_active.end() : m_active.find(id->second);
+    if (message == m_active.end() || message->second.Bytes().empty()) return;
+    SteadyTime due = now;
+    std::vector<VehicleResponse> answers =
+        context.TheVehicle().Request(BuildRequest(m_active, message->second.Bytes(), false));
+    if (answers.empty() && Param(m_active, "CP_TesterPresentReqRsp", 0) == 1)
+        m_testerPresentAnswers.push_back({now + microseconds(Param(m_active, "CP_P2Max", 150000)), {}});
+    for (VehicleResponse& answer : answers) {
+        due += microseconds(answer.delayUs);
+        m_testerPresentAnswers.push_back({due, std::move(answer)});
+    }
+}
+
 void ComLogicalLink::Deliver(ComPrimitive& cop, const PendingResponse& pending, LinkContext& context) {
     const VehicleResponse& response = pending.response;
     bool known = true;
     const uint32_t urid = ResponseUrid(cop, response.sourceAddress, known);
-    if (!known || !PassesFilters(response.data)) return;  // the VCI does not listen to that identifier
+    if (!known || !PassesFilters(response)) return;  // the VCI does not listen to that identifier
     const ExpectedResponse* expected = Match(cop, response.data, urid);
     if (expected == nullptr) return;
     ResultContent content;
@@ -419,9 +505,12 @@ void ComLogicalLink::Deliver(ComPrimitive& cop, const PendingResponse& pending, 
     content.txDoneTimestamp = cop.txDoneTimestamp;
     content.startMsgTimestamp = content.timestamp;
     if (response.segmented) content.rxFlags[3] |= 0x40;
-    if (IsRaw() && response.sourceAddress > 0x7FF) content.rxFlags[2] |= 0x01;
+    const bool can = m_bus == VehicleBus::Can;
+    if ((IsRaw() && response.sourceAddress > 0x7FF) ||
+        (can && !IsRaw() && ((response.sourceAddress & kCanExtendedMark) != 0 || response.sourceAddress > 0x7FF)))
+        content.rxFlags[2] |= 0x01;
     content.withExtraInfo = !cop.txFlags.empty() && (cop.txFlags[0] & 0x20) != 0;
-    content.header = BigEndian32(response.sourceAddress);
+    content.header = BigEndian32(can && !IsRaw() ? response.sourceAddress & kCanIdMask : response.sourceAddress);
     context.Emit(*this, ItemFactory::Result(content));
     cop.receivedThisCycle++;
 }
@@ -438,28 +527,31 @@ uint32_t ComLogicalLink::UridParam(const UridEntry& entry, const ComPrimitive& c
     return Param(entry.params, name, Param(cop.params, name, fallback));
 }
 
-VehicleRequest ComLogicalLink::BuildRequest(const ComPrimitive& cop) const {
+VehicleRequest ComLogicalLink::BuildRequest(const std::map<uint32_t, ParamValue>& params,
+                                            const std::vector<uint8_t>& data, bool can29Bit) const {
     VehicleRequest request;
     request.bus = m_bus;
     request.protocol = IsDirectCan() ? "ISO_11898_RAW" : m_protocolName;
-    request.data = cop.data;
+    request.data = data;
     if (IsRaw()) {
-        if (cop.data.size() >= 4)
-            request.targetAddress = (uint32_t{cop.data[0]} << 24) | (cop.data[1] << 16) | (cop.data[2] << 8) | cop.data[3];
+        if (data.size() >= 4)
+            request.targetAddress = (uint32_t{data[0]} << 24) | (data[1] << 16) | (data[2] << 8) | data[3];
         return request;
     }
-    request.functional = Param(cop.params, "CP_RequestAddrMode", 1) == 2;
+    request.functional = Param(params, "CP_RequestAddrMode", 1) == 2;
     const UridEntry none{};
     const UridEntry& first = m_urids.empty() ? none : m_urids.front();
-    if (m_bus == VehicleBus::Can)
-        request.targetAddress = request.functional ? Param(cop.params, "CP_CanFuncReqId", 0x7DF)
-                                                   : UridParam(first, cop, "CP_CanPhysReqId", 0x7E0);
-    else if (m_bus == VehicleBus::KLine)
-        request.targetAddress = request.functional ? Param(cop.params, "CP_FuncReqTargetAddr", 0x33)
-                                                   : UridParam(first, cop, "CP_EcuRespSourceAddress", 0x10);
-    else
-        request.targetAddress = request.functional ? Param(cop.params, "CP_DoIPLogicalFunctionalAddress", 0xE400)
-                                                   : UridParam(first, cop, "CP_DoIPLogicalEcuAddress", 0x1001);
+    const auto unique = [&](const char* name, uint32_t fallback) { return Param(first.params, name, Param(params, name, fallback)); };
+    if (m_bus == VehicleBus::Can) {
+        request.targetAddress = request.functional ? Param(params, "CP_CanFuncReqId", 0x7DF) : unique("CP_CanPhysReqId", 0x7E0);
+        if (can29Bit) request.targetAddress |= kCanExtendedMark;
+    } else if (m_bus == VehicleBus::KLine) {
+        request.targetAddress = request.functional ? Param(params, "CP_FuncReqTargetAddr", 0x33)
+                                                   : unique("CP_EcuRespSourceAddress", 0x10);
+    } else {
+        request.targetAddress = request.functional ? Param(params, "CP_DoIPLogicalFunctionalAddress", 0xE400)
+                                                   : unique("CP_DoIPLogicalEcuAddress", 0x1001);
+    }
     return request;
 }
 
@@ -467,8 +559,10 @@ uint32_t ComLogicalLink::ResponseUrid(const ComPrimitive& cop, uint32_t source, 
     known = true;
     if (IsRaw()) return PDU_ID_UNDEF;
     const char* name = RespSourceParamOf(m_bus);
+    // The mark of a 29-bit id is no part of the id itself.
+    const uint32_t mask = m_bus == VehicleBus::Can ? kCanIdMask : 0xFFFFFFFF;
     for (const UridEntry& entry : m_urids)
-        if (UridParam(entry, cop, name, PDU_ID_UNDEF) == source) return entry.uniqueRespId;
+        if ((UridParam(entry, cop, name, PDU_ID_UNDEF) & mask) == (source & mask)) return entry.uniqueRespId;
     known = m_urids.empty();  // without a table the link takes what it gets
     return PDU_ID_UNDEF;
 }
@@ -512,9 +606,18 @@ T_PDU_ERROR ComLogicalLink::StopFilter(uint32_t number) {
     return PDU_STATUS_NOERROR;
 }
 
-bool ComLogicalLink::PassesFilters(const std::vector<uint8_t>& data) const {
+bool ComLogicalLink::PassesFilters(const VehicleResponse& response) const {
+    if (m_filters.empty()) return true;
+    // Filters see the message as the result's extra info shows it: the 4-byte id, then the data.
+    // Raw frames carry their id already, and only they are UUDT.
+    std::vector<uint8_t> data = response.data;
+    if (!IsRaw()) {
+        data = BigEndian32(m_bus == VehicleBus::Can ? response.sourceAddress & kCanIdMask : response.sourceAddress);
+        data.insert(data.end(), response.data.begin(), response.data.end());
+    }
     bool anyPass = false, passed = false;
     for (const PDU_IO_FILTER_DATA& filter : m_filters) {
+        if (!IsRaw() && IsUudtFilter(filter.FilterType)) continue;
         bool fits = filter.FilterCompareSize <= data.size();
         for (UNUM32 i = 0; i < filter.FilterCompareSize && fits; ++i)
             fits = (data[i] & filter.FilterMaskMessage[i]) == (filter.FilterPatternMessage[i] & filter.FilterMaskMessage[i]);

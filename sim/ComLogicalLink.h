@@ -31,6 +31,7 @@ public:
 
     uint32_t Handle() const { return m_handle; }
     SimModule& Module() { return m_module; }
+    const SimModule& Module() const { return m_module; }
     const MdfResource& Resource() const { return m_resource; }
     const std::string& ProtocolName() const { return m_protocolName; }
     void* Tag() const { return m_tag; }
@@ -51,6 +52,10 @@ public:
     T_PDU_ERROR Cancel(uint32_t hCop, LinkContext& context);
     // Status of a ComPrimitive, also after it ended; false for a handle the link never had.
     bool CopStatus(uint32_t hCop, T_PDU_STATUS& status) const;
+    // A STARTCOMM is queued: what follows it may be queued behind it.
+    bool StartCommPending() const;
+    // Whether UPDATEPARAM would change a physical (bus type) ComParam of the resource.
+    bool ChangesPhysicalParams() const;
 
     std::optional<SteadyTime> NextDue() const;
     void Run(SteadyTime now, LinkContext& context);
@@ -80,13 +85,18 @@ private:
     void ScheduleNext(ComPrimitive& cop);
     void Deliver(ComPrimitive& cop, const PendingResponse& response, LinkContext& context);
     void EmitError(ComPrimitive& cop, T_PDU_ERR_EVT code, uint32_t extra, SteadyTime now, LinkContext& context);
+    void EmitLinkError(T_PDU_ERR_EVT code, SteadyTime stamp, LinkContext& context);
+    bool TesterPresentEnabled() const;
+    SteadyTime TesterPresentPeriodEnd(SteadyTime from) const;
+    void RunTesterPresent(SteadyTime now, LinkContext& context);
 
     uint32_t Param(const std::map<uint32_t, ParamValue>& set, const char* name, uint32_t fallback) const;
     uint32_t UridParam(const UridEntry& entry, const ComPrimitive& cop, const char* name, uint32_t fallback) const;
-    VehicleRequest BuildRequest(const ComPrimitive& cop) const;
+    VehicleRequest BuildRequest(const std::map<uint32_t, ParamValue>& params, const std::vector<uint8_t>& data,
+                                bool can29Bit) const;
     uint32_t ResponseUrid(const ComPrimitive& cop, uint32_t source, bool& known) const;
     const ExpectedResponse* Match(const ComPrimitive& cop, const std::vector<uint8_t>& data, uint32_t urid) const;
-    bool PassesFilters(const std::vector<uint8_t>& data) const;
+    bool PassesFilters(const VehicleResponse& response) const;
     bool IsRaw() const { return m_protocolName == "ISO_11898_RAW" || IsDirectCan(); }
 
     uint32_t m_handle;
@@ -106,6 +116,8 @@ private:
     std::deque<std::shared_ptr<ComPrimitive>> m_cops;
     std::map<uint32_t, T_PDU_STATUS> m_endedCops;
     uint32_t m_trafficIndex = 0;
+    SteadyTime m_testerPresentDue = SteadyTime::max();
+    std::deque<PendingResponse> m_testerPresentAnswers;  // an empty answer: none came in time
 };
 
 }  // namespace pdusim

@@ -39,6 +39,9 @@ struct ComPrimitive {
     std::vector<ExpectedResponse> expected;
     std::map<uint32_t, ParamValue> params;  // the set this ComPrimitive runs with
 
+    bool SuppressPositive() const { return !txFlags.empty() && (txFlags[0] & 0x40) != 0; }
+    bool Can29Bit() const { return txFlags.size() > 2 && (txFlags[2] & 0x01) != 0; }
+
     T_PDU_STATUS status = PDU_COPST_IDLE;
     bool started = false;
     bool done = false;
@@ -52,6 +55,7 @@ struct ComPrimitive {
     SteadyTime nextTraffic{};
     uint32_t trafficPeriod = 0;
     uint32_t txDoneTimestamp = 0;
+    bool positiveSeen = false;  // a K-Line StartCommunication only starts on a positive answer
     std::deque<PendingResponse> pending;
 };
 

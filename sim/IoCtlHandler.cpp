@@ -85,6 +85,15 @@ T_PDU_ERROR StopFilter(IoCtlCall& call) {
     return call.link->StopFilter(*static_cast<const uint32_t*>(call.input->pData));
 }
 
+// A link's queue, or without a link the module's.
+T_PDU_ERROR EventQueueProperties(IoCtlCall& call) {
+    if (const T_PDU_ERROR e = NeedModule(call)) return e;
+    if (!InputIs(call, PDU_IT_IO_EVENT_QUEUE_PROPERTY)) return PDU_ERR_INVALID_PARAMETERS;
+    const auto& data = *static_cast<const PDU_IO_EVENT_QUEUE_PROPERTY_DATA*>(call.input->pData);
+    EventQueue& queue = call.link != nullptr ? call.link->events : call.module->events;
+    return queue.SetProperties(data.QueueSize, data.QueueMode) ? PDU_STATUS_NOERROR : PDU_ERR_INVALID_PARAMETERS;
+}
+
 T_PDU_ERROR LinkAction(IoCtlCall& call, const std::function<void(ComLogicalLink&)>& action) {
     if (const T_PDU_ERROR e = NeedLink(call)) return e;
     action(*call.link);
@@ -169,7 +178,7 @@ const std::map<std::string, Handler>& Handlers() {
         {"PDU_IOCTL_CLEAR_TX_QUEUE", [](IoCtlCall& c) { return LinkAction(c, [&](ComLogicalLink& l) { l.ClearTxQueue(c.system); }); }},
         {"PDU_IOCTL_CLEAR_RX_QUEUE", [](IoCtlCall& c) { return LinkAction(c, [](ComLogicalLink& l) { l.events.Clear(); }); }},
         {"PDU_IOCTL_SET_BUFFER_SIZE", [](IoCtlCall& c) { return NeedLink(c) ? NeedLink(c) : (InputIs(c, PDU_IT_IO_UNUM32) ? PDU_STATUS_NOERROR : PDU_ERR_INVALID_PARAMETERS); }},
-        {"PDU_IOCTL_SET_EVENT_QUEUE_PROPERTIES", [](IoCtlCall& c) { return InputIs(c, PDU_IT_IO_EVENT_QUEUE_PROPERTY) ? PDU_STATUS_NOERROR : PDU_ERR_INVALID_PARAMETERS; }},
+        {"PDU_IOCTL_SET_EVENT_QUEUE_PROPERTIES", EventQueueProperties},
         {"PDU_IOCTL_SEND_BREAK", [](IoCtlCall& c) { return NeedLink(c); }},
         {"PDU_IOCTL_GENERIC", [](IoCtlCall& c) { return InputIs(c, PDU_IT_IO_BYTEARRAY) ? PDU_STATUS_NOERROR : PDU_ERR_INVALID_PARAMETERS; }},
         {"PDU_IOCTL_RESET_TIMESTAMP", [](IoCtlCall& c) { c.system.ResetTimestamps(); return PDU_STATUS_NOERROR; }},

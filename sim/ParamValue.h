@@ -22,6 +22,7 @@ public:
     uint32_t Id() const { return m_id; }
     uint32_t DataType() const { return m_dataType; }
     uint32_t Class() const { return m_class; }
+    bool operator==(const ParamValue&) const = default;
     uint32_t AsUnsigned() const { return static_cast<uint32_t>(m_number); }
     const std::vector<uint8_t>& Bytes() const { return m_bytes; }
 

@@ -85,13 +85,28 @@ T_PDU_ERROR CheckControl(T_PDU_COPT type, const PDU_COP_CTRL_DATA* control) {
     return PDU_STATUS_NOERROR;
 }
 
+constexpr uint32_t kLockPhysicalParams = 0x1;
+constexpr uint32_t kLockTransmitQueue = 0x2;
+
 T_PDU_ERROR CheckLinkState(const ComLogicalLink& link, T_PDU_COPT type) {
     if (link.State() == PDU_CLLST_OFFLINE) return PDU_ERR_CLL_NOT_CONNECTED;
-    const bool started = link.State() == PDU_CLLST_COMM_STARTED;
+    // A queued STARTCOMM counts: the host may queue its first request right behind it.
+    const bool started = link.State() == PDU_CLLST_COMM_STARTED || link.StartCommPending();
     if (type == PDU_COPT_STOPCOMM && !started) return PDU_ERR_CLL_NOT_STARTED;
     if (type == PDU_COPT_SENDRECV && !started && NeedsStartComm(link.ProtocolName())) return PDU_ERR_CLL_NOT_STARTED;
     return PDU_STATUS_NOERROR;
 }
+
+T_PDU_ERROR CheckLocks(ComLogicalLink& link, T_PDU_COPT type, const PDU_COP_CTRL_DATA* control) {
+    const bool transmits = type == PDU_COPT_SENDRECV || type == PDU_COPT_STARTCOMM || type == PDU_COPT_STOPCOMM;
+    if (transmits && Sys().LockHolder(link, kLockTransmitQueue) != nullptr) return PDU_ERR_RSC_LOCKED;
+    const bool updates = type == PDU_COPT_UPDATEPARAM || (control != nullptr && control->TempParamUpdate != 0);
+    if (updates && link.ChangesPhysicalParams() && Sys().LockHolder(link, kLockPhysicalParams) != nullptr)
+        return PDU_ERR_RSC_LOCKED;
+    return PDU_STATUS_NOERROR;
+}
+
+bool ValidLockMask(UNUM32 mask) { return mask != 0 && (mask & ~(kLockPhysicalParams | kLockTransmitQueue)) == 0; }
 
 EventQueue* QueueOf(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& result) {
     result = PDU_STATUS_NOERROR;
@@ -294,6 +309,7 @@ T_PDU_ERROR PDU_CALL PDUDisconnect(UNUM32 hMod, UNUM32 hCLL) {
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
     if (link->State() == PDU_CLLST_OFFLINE) return PDU_ERR_CLL_NOT_CONNECTED;
     link->CancelAll(Sys());
+    Sys().SetLock(*link, 0);  // locks end with the connection
     link->SetState(PDU_CLLST_OFFLINE, Sys());
     return PDU_STATUS_NOERROR;
 }
@@ -303,8 +319,9 @@ T_PDU_ERROR PDU_CALL PDULockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask) 
     if (const T_PDU_ERROR e = Enter("PDULockResource")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
-    if (LockMask == 0 || (LockMask & ~0x3u) != 0) return PDU_ERR_INVALID_PARAMETERS;
-    link->lockMask |= LockMask;
+    if (!ValidLockMask(LockMask)) return PDU_ERR_INVALID_PARAMETERS;
+    if (Sys().LockHolder(*link, LockMask) != nullptr) return PDU_ERR_RSC_LOCKED_BY_OTHER_CLL;
+    Sys().SetLock(*link, link->lockMask | LockMask);
     return PDU_STATUS_NOERROR;
 }
 
@@ -313,8 +330,9 @@ T_PDU_ERROR PDU_CALL PDUUnlockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask
     if (const T_PDU_ERROR e = Enter("PDUUnlockResource")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
+    if (!ValidLockMask(LockMask)) return PDU_ERR_INVALID_PARAMETERS;
     if ((link->lockMask & LockMask) == 0) return PDU_ERR_RSC_NOT_LOCKED;
-    link->lockMask &= ~LockMask;
+    Sys().SetLock(*link, link->lockMask & ~LockMask);
     return PDU_STATUS_NOERROR;
 }
 
@@ -346,6 +364,7 @@ T_PDU_ERROR PDU_CALL PDUStartComPrimitive(UNUM32 hMod, UNUM32 hCLL, T_PDU_COPT C
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
     if (const T_PDU_ERROR e = CheckLinkState(*link, CoPType)) return e;
+    if (const T_PDU_ERROR e = CheckLocks(*link, CoPType, pCopCtrlData)) return e;
     const uint32_t handle = Sys().NewCopHandle();
     const std::vector<uint8_t> data(pCoPData, pCoPData + CoPDataSize);
     if (const T_PDU_ERROR e = link->Start(CoPType, data, pCopCtrlData, pCoPTag, handle)) return e;

@@ -139,6 +139,25 @@ uint32_t SimSystem::ResourceStatus(const SimModule& module, uint32_t resourceId)
     return status;
 }
 
+ComLogicalLink* SimSystem::LockHolder(const ComLogicalLink& link, uint32_t mask) {
+    for (auto& [handle, other] : m_links)
+        if (other.get() != &link && &other->Module() == &link.Module() &&
+            other->Resource().id == link.Resource().id && (other->lockMask & mask) != 0)
+            return other.get();
+    return nullptr;
+}
+
+void SimSystem::SetLock(ComLogicalLink& link, uint32_t lockMask) {
+    if (link.lockMask == lockMask) return;
+    link.lockMask = lockMask;
+    uint32_t held = 0;
+    for (auto& [handle, other] : m_links)
+        if (&other->Module() == &link.Module() && other->Resource().id == link.Resource().id) held |= other->lockMask;
+    for (auto& [handle, other] : m_links)
+        if (other.get() != &link && &other->Module() == &link.Module() && other->Resource().id == link.Resource().id)
+            Emit(*other, ItemFactory::Info(Now(), PDU_INFO_RSC_LOCK_CHG, held));
+}
+
 T_PDU_ERROR SimSystem::Plug(uint32_t number, bool plugged) {
     SimModule* module = FindModuleByNumber(number);
     if (module == nullptr) return PDU_ERR_VALUE_NOT_SUPPORTED;
@@ -158,25 +177,24 @@ T_PDU_ERROR SimSystem::Plug(uint32_t number, bool plugged) {
     return PDU_STATUS_NOERROR;
 }
 
-void SimSystem::Post(EventQueue& queue, bool kept, uint32_t hMod, uint32_t hCLL, void* cllTag) {
+void SimSystem::Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag) {
     if (m_dispatcher == nullptr || queue.callback == nullptr) return;
-    m_dispatcher->Post({queue.callback, PDU_EVT_DATA_AVAILABLE, hMod, hCLL, cllTag, m_apiTag});
-    if (!kept) m_dispatcher->Post({queue.callback, PDU_EVT_DATA_LOST, hMod, hCLL, cllTag, m_apiTag});
+    if (pushed != EventQueue::PushResult::DroppedNew)
+        m_dispatcher->Post({queue.callback, PDU_EVT_DATA_AVAILABLE, hMod, hCLL, cllTag, m_apiTag});
+    if (pushed != EventQueue::PushResult::Kept)
+        m_dispatcher->Post({queue.callback, PDU_EVT_DATA_LOST, hMod, hCLL, cllTag, m_apiTag});
 }
 
 void SimSystem::DeliverSystem(PDU_EVENT_ITEM* item) {
-    const bool kept = m_systemEvents.Push(item);
-    Post(m_systemEvents, kept, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, nullptr);
+    Post(m_systemEvents, m_systemEvents.Push(item), PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, nullptr);
 }
 
 void SimSystem::DeliverModule(SimModule& module, PDU_EVENT_ITEM* item) {
-    const bool kept = module.events.Push(item);
-    Post(module.events, kept, module.handle, PDU_HANDLE_UNDEF, nullptr);
+    Post(module.events, module.events.Push(item), module.handle, PDU_HANDLE_UNDEF, nullptr);
 }
 
 void SimSystem::Emit(ComLogicalLink& link, PDU_EVENT_ITEM* item) {
-    const bool kept = link.events.Push(item);
-    Post(link.events, kept, link.Module().handle, link.Handle(), link.Tag());
+    Post(link.events, link.events.Push(item), link.Module().handle, link.Handle(), link.Tag());
 }
 
 uint32_t SimSystem::Stamp(SteadyTime time) const {

@@ -46,6 +46,10 @@ public:
     void DestroyLink(uint32_t hCLL);
     void DestroyLinksOf(SimModule& module);
     uint32_t ResourceStatus(const SimModule& module, uint32_t resourceId) const;
+    // Another link on the same resource of the same module that holds any lock of `mask`.
+    ComLogicalLink* LockHolder(const ComLogicalLink& link, uint32_t mask);
+    // Raises PDU_INFO_RSC_LOCK_CHG on the other links of the resource when the locks change.
+    void SetLock(ComLogicalLink& link, uint32_t lockMask);
     uint32_t NewCopHandle() { return m_nextCop++; }
     void WakeScheduler() { m_wake.notify_all(); }
 
@@ -64,7 +68,7 @@ public:
 private:
     SimSystem() = default;
     void RunScheduler();
-    void Post(EventQueue& queue, bool kept, uint32_t hMod, uint32_t hCLL, void* cllTag);
+    void Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag);
     bool LoadCatalog(std::string& error);
 
     std::mutex m_mutex;
