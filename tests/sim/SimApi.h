@@ -53,6 +53,7 @@ struct SeenEvent {
     UNUM32 urid = 0;
     UNUM32 acceptanceId = 0;
     std::vector<uint8_t> data;
+    std::vector<uint8_t> rxFlags;
 };
 
 // Callback sink: the library's threads only count here; tests wait on it with a generous bound.
@@ -95,6 +96,8 @@ inline SeenEvent Copy(const PDU_EVENT_ITEM& item) {
         e.data.assign(r->pDataBytes, r->pDataBytes + r->NumDataBytes);
         e.urid = r->UniqueRespIdentifier;
         e.acceptanceId = r->AcceptanceId;
+        if (r->RxFlag.pFlagData != nullptr)
+            e.rxFlags.assign(r->RxFlag.pFlagData, r->RxFlag.pFlagData + r->RxFlag.NumFlagBytes);
     }
     return e;
 }
