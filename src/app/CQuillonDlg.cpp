@@ -116,7 +116,6 @@ void CQuillonDlg::RegisterControls()
     m_OpenMoLiButton.ShowWindow(false);
     m_AboutButton.ShowWindow(false);
     m_BusMonitoringEdit.EnableWindow(false);
-    m_ConflictingResourcesEdit.SetReadOnly(true);
 }
 
 void CQuillonDlg::BindHandlers()
@@ -270,14 +269,16 @@ bool CQuillonDlg::ResolveRootFilePath(const std::string& exeDir)
         return true;
     }
     const std::string useSystem = ReadSetting(m_IniPath, "UseSystemRootFile", "0");
-    if (useSystem != "1" && platform::FileExists(exeDir + "/pdu_api_root.xml")) {
+    if (useSystem != "1") {
         if (exeDir.empty()) {
             Log("Error: Could not get the path of Quillon.exe!\n");
             m_RootFilePath.clear();
             return false;
         }
-        m_RootFilePath = exeDir + "/pdu_api_root.xml";
-        return true;
+        if (platform::FileExists(exeDir + "/pdu_api_root.xml")) {
+            m_RootFilePath = exeDir + "/pdu_api_root.xml";
+            return true;
+        }
     }
     m_RootFilePath = GetRootFilePathFromRegistry();
     if (m_RootFilePath.empty()) {

@@ -254,15 +254,15 @@ public:
     int m_CurrentModuleIndex = 0;
     std::recursive_mutex PrintLock;
     std::vector<std::pair<uint32_t, std::vector<uint32_t>>> m_ModuleLinkRegistry;
-    T_PDU_ERROR m_LastPduStatus = PDU_STATUS_NOERROR;
+    std::atomic<T_PDU_ERROR> m_LastPduStatus{PDU_STATUS_NOERROR};  // written by the event thread too
     uint32_t m_SelectedResourceId = 0;
     std::vector<PduModuleRec> m_pPduModules;
     int m_nPduModules = 0;
     std::string m_SelectedApiName;
     std::string m_SelectedApiSupplier;
     void* m_hPduApiDll = nullptr;
-    bool m_bApiUsable = false;
-    bool m_bPduConstructed = false;
+    std::atomic<bool> m_bApiUsable{false};       // the event thread's list change sets and clears it
+    std::atomic<bool> m_bPduConstructed{false};  // changes under PrintLock, where the event thread tests it
     std::unique_ptr<PDU_RSC_DATA> m_pRscData;
     std::vector<PDU_PIN_DATA> m_RscPins;  // the pin pairs m_pRscData points to
     std::string m_RootFilePath;

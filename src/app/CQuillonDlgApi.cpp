@@ -41,7 +41,6 @@ bool CQuillonDlg::LoadPduApi(const std::string& shortName)
         Log("Error LoadLibrary(%s).\nTrying LoadLibraryEx...\n", m_LibraryPath.c_str());
         m_hPduApiDll = platform::LoadLibraryAlteredSearchPath(m_LibraryPath, &error);
         if (!m_hPduApiDll) {
-            if (!error.text.empty()) Log("%s\n", error.text.c_str());
             Log("Error LoadLibraryEx(%s).\n", m_LibraryPath.c_str());
             FlushLog();
             return false;
@@ -107,6 +106,8 @@ void CQuillonDlg::OnCbnSelchangeApi()
     ResetSelectionControls();
 
     if (m_hPduApiDll) {
+        // Under PrintLock the event thread is never inside the library while it goes away.
+        std::lock_guard lock(PrintLock);
         if (m_bPduConstructed) {
             m_LastPduStatus = PduApi.PDUDestruct();
             Log("%s", kShortSeparator);
@@ -160,7 +161,8 @@ void CQuillonDlg::OnBnClickedExit()
         return;
     }
     if (m_hPduApiDll && m_bPduConstructed) {
-        PduApi.PDUDestruct();
+        std::lock_guard lock(PrintLock);
+        m_LastPduStatus = PduApi.PDUDestruct();
         m_bPduConstructed = false;
     }
     m_ModuleCombo.ResetContent();

@@ -97,16 +97,14 @@ void PDU_CALL CQuillonDlg::SystemEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, v
     if (auto* dlg = static_cast<CQuillonDlg*>(pAPITag); dlg && dlg->m_hSystemEventSem) dlg->m_hSystemEventSem->Release();
 }
 
+// Each round holds PrintLock: the UI thread destructs and frees the library, and replaces the
+// module array, only under it, so a round never calls into a library that is going away. Wake-ups
+// left over from before an unload find the API not constructed and do nothing.
 void CQuillonDlg::ProcessModuleEvents()
 {
-    // The module array is replaced only under PrintLock (list change) or on the UI thread after
-    // PDUDestruct, so this round works on a copy of the handles it needs.
-    std::vector<PduModuleRec> modules;
-    {
-        std::lock_guard lock(PrintLock);
-        modules = m_pPduModules;
-    }
-    for (const PduModuleRec& module : modules) {
+    std::lock_guard lock(PrintLock);
+    if (!m_bPduConstructed || !m_hPduApiDll) return;
+    for (const PduModuleRec& module : m_pPduModules) {
         for (;;) {
             PDU_EVENT_ITEM* item = nullptr;
             const T_PDU_ERROR rc = PduApi.PDUGetEventItem(module.hMod, PDU_HANDLE_UNDEF, &item);
@@ -159,6 +157,8 @@ void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec&
 
 void CQuillonDlg::ProcessSystemEvents()
 {
+    std::lock_guard lock(PrintLock);
+    if (!m_bPduConstructed || !m_hPduApiDll) return;
     for (;;) {
         PDU_EVENT_ITEM* item = nullptr;
         const T_PDU_ERROR rc = PduApi.PDUGetEventItem(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &item);
@@ -170,13 +170,10 @@ void CQuillonDlg::ProcessSystemEvents()
             continue;
         }
         Log("ItemType = PDU_IT_INFO\n");
-        {
-            std::lock_guard lock(PrintLock);
-            const auto* info = static_cast<const PDU_INFO_DATA*>(item->pData);
-            if (info && info->InfoCode == PDU_INFO_MODULE_LIST_CHG) {
-                Log("InfoCode = PDU_INFO_MODULE_LIST_CHG\n");
-                RebuildModuleTable();
-            }
+        const auto* info = static_cast<const PDU_INFO_DATA*>(item->pData);
+        if (info && info->InfoCode == PDU_INFO_MODULE_LIST_CHG) {
+            Log("InfoCode = PDU_INFO_MODULE_LIST_CHG\n");
+            RebuildModuleTable();
         }
         Destroy(item);
     }
@@ -191,6 +188,7 @@ void CQuillonDlg::RebuildModuleTable()
     LogModuleList(*list, false);
     // The selection points into the old array; the user selects a module anew.
     m_pSelectedModule = nullptr;
+    m_nPduModules = static_cast<int>(list->NumEntries);
     m_pPduModules.assign(list->NumEntries, PduModuleRec{});
     for (UNUM32 i = 0; i < list->NumEntries; ++i) {
         PduModuleRec& rec = m_pPduModules[i];
@@ -199,8 +197,8 @@ void CQuillonDlg::RebuildModuleTable()
         if (index < 0) index = m_ModuleCombo.AddString(rec.displayName);
         T_PDU_STATUS status = 0;
         UNUM32 timestamp = 0, extra = 0;
-        const T_PDU_ERROR rc = PduApi.PDUGetStatus(rec.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
-        m_ModuleCombo.SetCheck(index, rc == PDU_STATUS_NOERROR && status == PDU_MODST_READY);
+        m_LastPduStatus = PduApi.PDUGetStatus(rec.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+        m_ModuleCombo.SetCheck(index, m_LastPduStatus == PDU_STATUS_NOERROR && status == PDU_MODST_READY);
     }
     m_ModuleCombo.SetWindowText("");
     Destroy(list);
@@ -212,7 +210,8 @@ bool CQuillonDlg::ResolveIoCtl(const char* name, uint32_t& id)
 {
     id = PDU_ID_UNDEF;
     std::string shortName = name;
-    return PduApi.PDUGetObjectId(PDU_OBJT_IO_CTRL, shortName.data(), &id) == PDU_STATUS_NOERROR;
+    m_LastPduStatus = PduApi.PDUGetObjectId(PDU_OBJT_IO_CTRL, shortName.data(), &id);
+    return m_LastPduStatus == PDU_STATUS_NOERROR;
 }
 
 int CQuillonDlg::SelectCableIndex(const PduModuleRec& module)
@@ -253,6 +252,7 @@ const PduModuleRec* CQuillonDlg::SelectedModuleRecord()
 // A module IOCTL with an optional UNUM32 input whose UNUM32 answer goes into the log.
 void CQuillonDlg::ReadModuleValue(const ModuleValueRead& read, const UNUM32* input)
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     if (!m_bPduConstructed) return;
     uint32_t ioctl = 0;
     if (!ResolveIoCtl(read.ioctl, ioctl)) {
@@ -329,6 +329,7 @@ void CQuillonDlg::OnBnClickedBusMonitoring()
     PDU_DATA_ITEM* item = &request->item;
     m_BusTraceRequests.push_back(std::move(request));
 
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     const PduModuleRec* module = SelectedModuleRecord();
     if (!module) {
         m_ui.MessageBox("PDUIoCtl failed. No module selected!", "", ui::MB_OK);

@@ -57,6 +57,7 @@ std::vector<std::string> InfoTokens(const std::string& text)
 
 void CQuillonDlg::OnBnClickedParseMdf()
 {
+    std::lock_guard lock(PrintLock);  // the event thread reads the module array and tests the construction under it
     m_SelectedProtocolId = 0;
     if (!m_bApiUsable) {
         m_ui.MessageBox("Error in the selected MVCI module, check the log window!\n", "", ui::MB_OK);
@@ -82,6 +83,8 @@ void CQuillonDlg::OnBnClickedParseMdf()
             return fail("Error during fixing references!\n");
         }
         Log("Fixing references completed!\n");
+        // The records point into the tables about to be rebuilt; they get their resources anew below.
+        for (PduModuleRec& rec : m_pPduModules) rec.resources.clear();
         if (!ConvertTables(parser)) {
             m_bApiUsable = false;
             return;
@@ -109,7 +112,8 @@ void CQuillonDlg::OnBnClickedParseMdf()
             return;
         }
         m_bPduConstructed = true;
-        PduApi.PDURegisterEventCallback(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &CQuillonDlg::SystemEventCallback);
+        m_LastPduStatus =
+            PduApi.PDURegisterEventCallback(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &CQuillonDlg::SystemEventCallback);
     }
     if (m_ModuleCombo.GetCount() > 0) m_ModuleCombo.ResetContent();
 
@@ -145,6 +149,7 @@ void CQuillonDlg::LogModuleList(const PDU_MODULE_ITEM& list, bool longForm)
         T_PDU_STATUS status = 0;
         UNUM32 timestamp = 0, extra = 0;
         const T_PDU_ERROR rc = PduApi.PDUGetStatus(m.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+        m_LastPduStatus = rc;
         if (longForm)
             Log("hMod: 0x%x, ModuleStatus: %s, \n   Module Type ID: %d,\n   Vendor Module Name: %s, \n"
                 "   Vendor Additional Info: %s\n",
@@ -270,6 +275,7 @@ void CQuillonDlg::OnBnClickedGetModuleIds()
 
 void CQuillonDlg::OnBnClickedModuleConnect()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     const int sel = m_ModuleCombo.GetCurSel();
     if (sel < 0) {
         m_ProtocolCombo.ResetContent();
@@ -294,8 +300,8 @@ void CQuillonDlg::OnBnClickedModuleConnect()
 
     T_PDU_STATUS status = 0;
     UNUM32 timestamp = 0, extra = 0;
-    if (PduApi.PDUGetStatus(module.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra) ==
-        PDU_STATUS_NOERROR) {
+    m_LastPduStatus = PduApi.PDUGetStatus(module.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+    if (m_LastPduStatus == PDU_STATUS_NOERROR) {
         if (status == PDU_MODST_READY) {
             SetModuleChecked(true);
             if (m_MonitorVciCombo.FindStringExact(-1, module.displayName) < 0)
@@ -306,7 +312,7 @@ void CQuillonDlg::OnBnClickedModuleConnect()
             return;
         }
     }
-    PduApi.PDURegisterEventCallback(module.hMod, PDU_HANDLE_UNDEF, &CQuillonDlg::ModuleEventCallback);
+    m_LastPduStatus = PduApi.PDURegisterEventCallback(module.hMod, PDU_HANDLE_UNDEF, &CQuillonDlg::ModuleEventCallback);
     LogVersionInfo(module);
     if (m_ProtocolCombo.GetCount() > 0) {
         m_ProtocolCombo.SetCurSel(0);
@@ -319,7 +325,8 @@ void CQuillonDlg::LogVersionInfo(const PduModuleRec& module)
 {
     Log("\n************* Get module version Info **************\n\n");
     PDU_VERSION_DATA v{};
-    if (PduApi.PDUGetVersion(module.hMod, &v) != PDU_STATUS_NOERROR) {
+    m_LastPduStatus = PduApi.PDUGetVersion(module.hMod, &v);
+    if (m_LastPduStatus != PDU_STATUS_NOERROR) {
         Log("Error: Could not get module version Info!");
         return;
     }
@@ -342,6 +349,7 @@ void CQuillonDlg::LogVersionInfo(const PduModuleRec& module)
 
 void CQuillonDlg::OnBnClickedModuleDisconnect()
 {
+    std::unique_lock lock(PrintLock);  // the module records may be rebuilt by the event thread
     m_SelectedProtocolId = 0;
     const int sel = m_ModuleCombo.GetCurSel();
     if (sel < 0) {
@@ -350,20 +358,29 @@ void CQuillonDlg::OnBnClickedModuleDisconnect()
     }
     PduModuleRec* module = FindModule(m_ModuleCombo.GetLBText(sel));
     if (!module) return;
-    m_LastPduStatus = PduApi.PDUModuleDisconnect(module->hMod);
-    if (m_LastPduStatus == PDU_STATUS_NOERROR) {
+    const T_PDU_ERROR result = PduApi.PDUModuleDisconnect(module->hMod);
+    m_LastPduStatus = result;
+    if (result == PDU_STATUS_NOERROR) {
         const int index = m_MonitorVciCombo.FindStringExact(-1, module->displayName);
         if (index >= 0) m_MonitorVciCombo.DeleteString(index);
         m_MonitorVciCombo.SetCurSel(0);
+        // Closing a link waits for its threads, which log under PrintLock.
+        const UNUM32 hMod = module->hMod;
+        lock.unlock();
         CloseLinksOnModule();
+        lock.lock();
+        module = FindModule(m_ModuleCombo.GetLBText(sel));
+        if (module && module->hMod != hMod) module = nullptr;
     }
     Log("%s", kShortSeparator);
-    Log("Return of PDUModuleDisConnect:\n%s\n", PduStatusText(m_LastPduStatus));
+    Log("Return of PDUModuleDisConnect:\n%s\n", PduStatusText(result));
+    if (!module) return;  // the module list changed meanwhile
 
     T_PDU_STATUS status = 0;
     UNUM32 timestamp = 0, extra = 0;
     const T_PDU_ERROR rc =
         PduApi.PDUGetStatus(module->hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
+    m_LastPduStatus = rc;
     if (rc == PDU_ERR_INVALID_HANDLE) {
         SetModuleChecked(false);
     } else if (rc == PDU_STATUS_NOERROR) {
@@ -380,12 +397,16 @@ void CQuillonDlg::OnBnClickedModuleDisconnect()
 
 void CQuillonDlg::CloseLinksOnModule()
 {
-    const int sel = m_ModuleCombo.GetCurSel();
-    const PduModuleRec* module = sel >= 0 ? FindModule(m_ModuleCombo.GetLBText(sel)) : nullptr;
-    if (!module) return;
+    UNUM32 hMod = 0;
+    {
+        std::lock_guard lock(PrintLock);
+        const PduModuleRec* module = SelectedModuleRecord();
+        if (!module) return;
+        hMod = module->hMod;
+    }
     for (size_t i = 0; i < m_LinkDialogs.size();) {
         CLinkBaseDlg* link = m_LinkDialogs[i];
-        if (link->m_hMod != module->hMod) {
+        if (link->m_hMod != hMod) {
             ++i;
             continue;
         }

@@ -83,6 +83,7 @@ bool CQuillonDlg::BeginSelectionHandler(controls::ComboBox& combo, std::string H
 
 void CQuillonDlg::OnCbnSelchangeModule()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     std::string text;
     if (!BeginSelectionHandler(m_ModuleCombo, &HistoryEntry::MVCIModule, text)) return;
     m_CurrentModuleIndex = m_ModuleCombo.GetCurSel();
@@ -107,6 +108,7 @@ void CQuillonDlg::OnCbnSelchangeModule()
 
 void CQuillonDlg::OnCbnSelchangeProtocol()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     std::string text;
     if (!BeginSelectionHandler(m_ProtocolCombo, &HistoryEntry::Protocol, text)) return;
     m_BustypeCombo.ResetContent();
@@ -134,6 +136,7 @@ void CQuillonDlg::OnCbnSelchangeProtocol()
 
 void CQuillonDlg::OnCbnSelchangeBustype()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     std::string text;
     if (!BeginSelectionHandler(m_BustypeCombo, &HistoryEntry::Bustype, text)) return;
     m_PinsCombo.ResetContent();
@@ -163,6 +166,7 @@ void CQuillonDlg::OnCbnSelchangeBustype()
 
 void CQuillonDlg::OnCbnSelchangeCable()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     std::string text;
     if (!BeginSelectionHandler(m_CableCombo, &HistoryEntry::Cable, text)) return;
     m_PinsCombo.ResetContent();
@@ -191,6 +195,7 @@ void CQuillonDlg::OnCbnSelchangeCable()
 
 void CQuillonDlg::OnCbnSelchangePins()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     std::string text;
     if (!BeginSelectionHandler(m_PinsCombo, &HistoryEntry::Pins, text)) return;
     m_SelectedMdfResourceId = 0xFFFFFFFF;
@@ -210,6 +215,7 @@ void CQuillonDlg::OnCbnSelchangePins()
 
 void CQuillonDlg::SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)())
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     const int index = combo.FindStringExact(-1, combo.GetWindowText());
     if (index < 0) return;
     combo.SetCurSel(index);
@@ -218,6 +224,7 @@ void CQuillonDlg::SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*han
 
 void CQuillonDlg::OnCbnEditchangeModule()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     const int index = m_ModuleCombo.FindStringExact(-1, m_ModuleCombo.GetWindowText());
     if (index < 0) return;
     m_CurrentModuleIndex = index;
@@ -249,6 +256,7 @@ void CQuillonDlg::ShowResourceStatus(uint32_t hMod, uint32_t resourceId)
 
 void CQuillonDlg::UpdateResourceSelection()
 {
+    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     if (!m_bApiUsable) return;
     const ResourceInfo* r = FindResource(m_ResourceShortNameEdit.GetWindowText());
     if (!r) return;

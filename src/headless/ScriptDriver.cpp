@@ -76,6 +76,7 @@ int ScriptDriver::RunMain(Dialog& mainDialog)
 
 int ScriptDriver::RunModal(Dialog& dialog)
 {
+    m_modals.push_back(&dialog);
     m_ui.PushWindow(dialog);
     Dialog* previous = m_chosen;
     m_chosen = nullptr;
@@ -84,6 +85,7 @@ int ScriptDriver::RunModal(Dialog& dialog)
     m_ui.RemoveWindow(dialog);
     m_ui.ForgetDialog(dialog);
     m_chosen = previous;
+    m_modals.pop_back();
     return dialog.EndCode();
 }
 
@@ -155,13 +157,28 @@ controls::Control* FindNamed(Dialog* target, const std::string& name)
     return target ? target->FindControlByName(name) : nullptr;
 }
 
+// Why a user could not operate the control, empty when they could.
+std::string Unreachable(const controls::Control& control)
+{
+    if (!control.IsVisible()) return "is hidden";
+    if (!control.IsWindowEnabled()) return "is disabled";
+    return {};
+}
+
 }  // namespace
+
+bool ScriptDriver::Reachable(const std::string& command, const controls::Control& control, const std::string& name)
+{
+    const std::string why = Unreachable(control);
+    return why.empty() ? true : Fail(command + ": \"" + name + "\" " + why);
+}
 
 bool ScriptDriver::CmdSelect(const std::vector<std::string>& w)
 {
     if (w.size() < 3) return Fail("select: a control and an item are needed");
     auto* combo = dynamic_cast<controls::ComboBox*>(FindNamed(Target(), w[1]));
     if (!combo) return Fail("select: no combo box \"" + w[1] + "\"");
+    if (!Reachable("select", *combo, w[1])) return false;
     const std::string item = Join(w, 2);
     const auto items = combo->Items();
     for (size_t i = 0; i < items.size(); ++i) {
@@ -178,6 +195,7 @@ bool ScriptDriver::CmdType(const std::vector<std::string>& w)
     if (w.size() < 2) return Fail("type: a control is needed");
     controls::Control* c = FindNamed(Target(), w[1]);
     const std::string text = Join(w, 2);
+    if (c && !Reachable("type", *c, w[1])) return false;
     if (auto* edit = dynamic_cast<controls::Edit*>(c)) {
         edit->SetWindowText(text);
         return true;
@@ -194,6 +212,8 @@ bool ScriptDriver::CmdCheck(const std::vector<std::string>& w)
     if (w.size() < 3) return Fail("check: a control and on|off are needed");
     auto* box = dynamic_cast<controls::CheckBox*>(FindNamed(Target(), w[1]));
     if (!box) return Fail("check: no check box \"" + w[1] + "\"");
+    if (w[2] != "on" && w[2] != "off") return Fail("check: on or off, not \"" + w[2] + "\"");
+    if (!Reachable("check", *box, w[1])) return false;
     box->UserSetCheck(w[2] == "on" ? 1 : 0);
     return true;
 }
@@ -203,6 +223,7 @@ bool ScriptDriver::CmdClick(const std::vector<std::string>& w)
     if (w.size() < 2) return Fail("click: a control is needed");
     auto* button = dynamic_cast<controls::Button*>(FindNamed(Target(), Join(w, 1)));
     if (!button) return Fail("click: no button \"" + Join(w, 1) + "\"");
+    if (!Reachable("click", *button, Join(w, 1))) return false;
     button->Click();
     return true;
 }
@@ -221,9 +242,8 @@ bool ScriptDriver::CmdWindow(const std::vector<std::string>& w)
 
 bool ScriptDriver::CmdModal(const std::vector<std::string>& w)
 {
-    const auto windows = m_ui.Windows();
-    if (windows.size() < 2) return Fail("modal: no modal dialog is open");
-    Dialog* modal = windows.back();
+    if (m_modals.empty()) return Fail("modal: no modal dialog is open");
+    Dialog* modal = m_modals.back();
     const bool ok = w.size() > 1 && w[1] == "ok";
     // A dialog's own OK or Cancel button runs its checks; without one the dialog just ends.
     auto* button = dynamic_cast<controls::Button*>(modal->FindControlByName(ok ? "OK" : "Cancel"));

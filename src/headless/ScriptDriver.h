@@ -9,6 +9,9 @@
 #include "headless/HeadlessUi.h"
 
 class Dialog;
+namespace controls {
+class Control;
+}
 
 class ScriptDriver {
 public:
@@ -30,6 +33,8 @@ private:
     bool Execute(const std::vector<std::string>& words);
     Dialog* Target();
     bool Fail(const std::string& reason);
+    // A hidden or disabled control can't be operated: the script is wrong, the run fails.
+    bool Reachable(const std::string& command, const controls::Control& control, const std::string& name);
 
     bool CmdSelect(const std::vector<std::string>& w);
     bool CmdType(const std::vector<std::string>& w);
@@ -46,5 +51,6 @@ private:
     std::vector<std::string> m_lines;
     size_t m_next = 0;
     Dialog* m_chosen = nullptr;
+    std::vector<Dialog*> m_modals;  // the modal dialogs running, innermost last
     bool m_failed = false;
 };

@@ -3,8 +3,9 @@
 
 #include <string>
 
-// Separator byte between the joined names and suppliers of list mode (the Latin-1 pilcrow).
-constexpr char kRootListSeparator = '\xB6';
+// Separator byte between the joined names and suppliers of list mode. The texts are UTF-8, in
+// which the Latin-1 pilcrow byte 0xB6 is part of letters such as "ö"; 0xFF never occurs there.
+constexpr char kRootListSeparator = '\xFF';
 
 // List mode (empty tag): fills moduleName and supplier with the joined SHORT_NAMEs and
 // SUPPLIER_NAMEs and returns "Root description file contains %d MVCI modules.\n".

@@ -69,9 +69,18 @@ protected:
         module.displayName = "ZentaStick 1";
         m_dlg->m_pPduModules = {module};
         m_dlg->m_ModuleCombo.AddString("ZentaStick 1");
+        // Event rounds run only while a constructed library is loaded; this one is the fakes.
+        static int fakeLibrary;
+        m_dlg->m_hPduApiDll = &fakeLibrary;
+        m_dlg->m_bPduConstructed = true;
     }
     void TearDown() override
     {
+        if (m_dlg) {
+            std::lock_guard lock(m_dlg->PrintLock);
+            m_dlg->m_bPduConstructed = false;
+            m_dlg->m_hPduApiDll = nullptr;
+        }
         MainDialogFixture::TearDown();
         PduApi = m_saved;
     }

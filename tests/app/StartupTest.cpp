@@ -27,6 +27,13 @@ TEST_F(StartupTest, WithoutSettingsListsOnlyTheMakersApisFromTheLocalRootFile)
     EXPECT_TRUE(m_dlg->IsEventThreadRunning());
 }
 
+TEST_F(StartupTest, NamesWithLettersBeyondAsciiKeepTheirSuppliers)
+{
+    WriteRoot({{"GRÖSSE", "Schröder GmbH", "file:///s.so"}, {"SIM", "Morvane AG", "file:///m.so"}});
+    ASSERT_TRUE(Start());
+    EXPECT_EQ(ApiItems(), std::vector<std::string>{"SIM"});
+}
+
 TEST_F(StartupTest, RootFileChoice)
 {
     const std::string systemRoot = WriteRoot({{"SYSTEM", "Morvane AG", "file:///s.so"}}, "etc/pdu_api_root.xml");

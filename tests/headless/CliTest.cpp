@@ -101,6 +101,11 @@ TEST_F(CliTest, ExpectationsAndScriptErrorsFailTheRun)
         {"waitlog \"MVCI modules\" 100\nprint title\n", 0,
          "[title] Quillon Test Application - V 11.32.067 (64)\n"},
         {"type \"LoLi Create Flags\" \"0x 40\"\nprint \"LoLi Create Flags\"\n", 0, "[LoLi Create Flags] 0x 40\n"},
+        // what a user could not do fails the run
+        {"click PDUGetModuleIds\n", 1, "[fail] line 1: click: \"PDUGetModuleIds\" is hidden"},
+        {"click OpenLastLink\n", 1, "[fail] line 1: click: \"OpenLastLink\" is hidden"},
+        {"type \"BusMonitoring value\" 1\n", 1, "[fail] line 1: type: \"BusMonitoring value\" is disabled"},
+        {"modal ok\n", 1, "[fail] line 1: modal: no modal dialog is open"},
     };
     for (const auto& c : cases) {
         const CliRun run = Run(c.script);

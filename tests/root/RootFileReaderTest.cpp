@@ -30,8 +30,9 @@ TEST(RootFileReader, ListModeJoinsNamesAndSuppliersByPosition)
     const Result r = Read(path, "");
     EXPECT_EQ(r.error, "");
     EXPECT_EQ(r.value, "Root description file contains 3 MVCI modules.\n");
-    EXPECT_EQ(r.names, "A\xB6" "B\xB6" "A");
-    EXPECT_EQ(r.suppliers, "Morvane AG\xB6Other\xB6Morvane AG ");
+    const std::string sep(1, kRootListSeparator);
+    EXPECT_EQ(r.names, "A" + sep + "B" + sep + "A");
+    EXPECT_EQ(r.suppliers, "Morvane AG" + sep + "Other" + sep + "Morvane AG ");
 }
 
 TEST(RootFileReader, FileErrors)
