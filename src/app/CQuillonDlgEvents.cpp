@@ -252,15 +252,17 @@ const PduModuleRec* CQuillonDlg::SelectedModuleRecord()
 // A module IOCTL with an optional UNUM32 input whose UNUM32 answer goes into the log.
 void CQuillonDlg::ReadModuleValue(const ModuleValueRead& read, const UNUM32* input)
 {
-    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
     if (!m_bPduConstructed) return;
     uint32_t ioctl = 0;
     if (!ResolveIoCtl(read.ioctl, ioctl)) {
         m_ui.MessageBox(read.idFailure, "", ui::MB_OK);
         return;
     }
+    // The module records may be rebuilt by the event thread; no box is shown while holding the lock.
+    std::unique_lock lock(PrintLock);
     const PduModuleRec* module = SelectedModuleRecord();
     if (!module) {
+        lock.unlock();
         m_ui.MessageBox("No Module selected! Function aborting!", "", ui::MB_OK);
         return;
     }
@@ -329,13 +331,15 @@ void CQuillonDlg::OnBnClickedBusMonitoring()
     PDU_DATA_ITEM* item = &request->item;
     m_BusTraceRequests.push_back(std::move(request));
 
-    std::lock_guard lock(PrintLock);  // the module records may be rebuilt by the event thread
+    std::unique_lock lock(PrintLock);  // the module records may be rebuilt by the event thread
     const PduModuleRec* module = SelectedModuleRecord();
     if (!module) {
+        lock.unlock();
         m_ui.MessageBox("PDUIoCtl failed. No module selected!", "", ui::MB_OK);
         return;
     }
-    m_LastPduStatus = PduApi.PDUIoCtl(module->hMod, 0, ioctl, item, nullptr);
-    if (m_LastPduStatus != PDU_STATUS_NOERROR)
-        m_ui.MessageBox("PDUIoCtl failed for PDU_IOCTL_CLEAR_TX_QUEUE", "", ui::MB_OK);
+    const T_PDU_ERROR result = PduApi.PDUIoCtl(module->hMod, 0, ioctl, item, nullptr);
+    m_LastPduStatus = result;
+    lock.unlock();
+    if (result != PDU_STATUS_NOERROR) m_ui.MessageBox("PDUIoCtl failed for PDU_IOCTL_CLEAR_TX_QUEUE", "", ui::MB_OK);
 }

@@ -57,12 +57,12 @@ std::vector<std::string> InfoTokens(const std::string& text)
 
 void CQuillonDlg::OnBnClickedParseMdf()
 {
-    std::lock_guard lock(PrintLock);  // the event thread reads the module array and tests the construction under it
     m_SelectedProtocolId = 0;
     if (!m_bApiUsable) {
         m_ui.MessageBox("Error in the selected MVCI module, check the log window!\n", "", ui::MB_OK);
         return;
     }
+    std::lock_guard lock(PrintLock);  // the event thread reads the module array and tests the construction under it
     Log("%s", kShortSeparator);
     Log("Parsing MDF file...\n");
     const auto fail = [this](const char* text) {
