@@ -215,6 +215,9 @@ private:
     void LogVersionInfo(const PduModuleRec& module);
     void AddResourcesOfType(PduModuleRec& record);
     bool MapPins(const ResourceInfo& resource, const CableInfo* cable, uint32_t dlcPins[4], int& count) const;
+    void FillProtocolCombo(const PduModuleRec& module);
+    void SelectFirstAndRun(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
+    bool MatchesSelectedIds(const ResourceInfo& resource) const;
     bool BeginSelectionHandler(controls::ComboBox& combo, std::string HistoryEntry::*field, std::string& text);
     void SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
     bool ResolveIoCtl(const char* name, uint32_t& id);

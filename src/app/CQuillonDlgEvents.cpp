@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "app/CQuillonDlg.h"
+#include "app/TableRows.h"
 #include "description/ModuleDisplayName.h"
 #include "pdu/PduApi.h"
 #include "pdu/PduStatusText.h"
@@ -306,12 +307,7 @@ void CQuillonDlg::OnBnClickedBusMonitoring()
 
     auto request = std::make_unique<BusTraceRequest>();
     const CBusMonitoringDlg& d = m_BusMonitoringDlg;
-    for (const BusTypeInfo& b : m_BusTypes) {
-        if (b.name == d.m_BusTypeName) {
-            request->config.BusTypeId = b.id;
-            break;
-        }
-    }
+    if (const BusTypeInfo* b = RowByName(m_BusTypes, d.m_BusTypeName)) request->config.BusTypeId = b->id;
     request->pins[0].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin1.c_str()));
     request->pins[1].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin2.c_str()));
     request->config.NumPins = (!d.m_Pin1.empty() && !d.m_Pin2.empty()) ? 2 : 1;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "app/CQuillonDlg.h"
+#include "app/TableRows.h"
 #include "description/MDF_Parser.h"
 #include "description/MdfTableConversion.h"
 #include "description/ModuleDisplayName.h"
@@ -162,17 +163,10 @@ void CQuillonDlg::LogModuleList(const PDU_MODULE_ITEM& list, bool longForm)
 
 void CQuillonDlg::AddResourcesOfType(PduModuleRec& record)
 {
-    for (const ModuleTypeInfo& type : m_ModuleTypes) {
-        if (type.id != record.ModuleTypeId) continue;
-        for (uint32_t resourceId : type.resourceIds) {
-            for (const ResourceInfo& r : m_Resources) {
-                if (r.id == resourceId) {
-                    record.resources.push_back(&r);
-                    break;
-                }
-            }
-        }
-        return;
+    const ModuleTypeInfo* type = RowById(m_ModuleTypes, record.ModuleTypeId);
+    if (!type) return;
+    for (uint32_t resourceId : type->resourceIds) {
+        if (const ResourceInfo* r = RowById(m_Resources, resourceId)) record.resources.push_back(r);
     }
 }
 
@@ -208,9 +202,7 @@ bool CQuillonDlg::FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& re
 {
     record.hMod = data.hMod;
     record.ModuleTypeId = data.ModuleTypeId;
-    const bool known = std::any_of(m_ModuleTypes.begin(), m_ModuleTypes.end(),
-                                   [&](const ModuleTypeInfo& t) { return t.id == data.ModuleTypeId; });
-    if (!known) return false;
+    if (!RowById(m_ModuleTypes, data.ModuleTypeId)) return false;
     record.displayName = BuildModuleDisplayName(data.pVendorModuleName, data.pVendorAdditionalInfo);
     AddResourcesOfType(record);
     return true;
@@ -286,13 +278,7 @@ void CQuillonDlg::OnBnClickedModuleConnect()
     if (!m_pSelectedModule) return;
     PduModuleRec& module = *m_pSelectedModule;
     m_ProtocolCombo.ResetContent();
-    for (const ResourceInfo* r : module.resources) {
-        for (const ProtocolInfo& p : m_Protocols) {
-            if (p.id != r->protocolId) continue;
-            if (m_ProtocolCombo.FindStringExact(-1, p.name) < 0) m_ProtocolCombo.AddString(p.name);
-            break;
-        }
-    }
+    FillProtocolCombo(module);
     m_LastPduStatus = PduApi.PDUModuleConnect(module.hMod);
     Log("%s", kShortSeparator);
     Log("Return of PDUModuleConnect:\n%s\n", PduStatusText(m_LastPduStatus));
@@ -314,10 +300,7 @@ void CQuillonDlg::OnBnClickedModuleConnect()
     }
     m_LastPduStatus = PduApi.PDURegisterEventCallback(module.hMod, PDU_HANDLE_UNDEF, &CQuillonDlg::ModuleEventCallback);
     LogVersionInfo(module);
-    if (m_ProtocolCombo.GetCount() > 0) {
-        m_ProtocolCombo.SetCurSel(0);
-        OnCbnSelchangeProtocol();
-    }
+    SelectFirstAndRun(m_ProtocolCombo, &CQuillonDlg::OnCbnSelchangeProtocol);
     UpdateResourceSelection();
 }
 

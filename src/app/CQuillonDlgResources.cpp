@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "app/CQuillonDlg.h"
+#include "app/TableRows.h"
 #include "pdu/PduApi.h"
 #include "pdu/PduStatusText.h"
 
@@ -92,18 +93,28 @@ void CQuillonDlg::OnCbnSelchangeModule()
     ResetSelectionControls();
     for (controls::Edit* e : {&m_InfoProtocolEdit, &m_InfoBustypeEdit, &m_InfoPinsEdit}) e->SetWindowText("");
     if (m_ModuleCombo.GetCheck(m_CurrentModuleIndex) <= 0) return;  // a module that isn't ready offers nothing
-    for (const ResourceInfo* r : m_pSelectedModule->resources) {
-        for (const ProtocolInfo& p : m_Protocols) {
-            if (p.id == r->protocolId) {
-                AddIfAbsent(m_ProtocolCombo, p.name);
-                break;
-            }
-        }
+    FillProtocolCombo(*m_pSelectedModule);
+    SelectFirstAndRun(m_ProtocolCombo, &CQuillonDlg::OnCbnSelchangeProtocol);
+}
+
+// The protocols of the module's resources, in the order of their first use.
+void CQuillonDlg::FillProtocolCombo(const PduModuleRec& module)
+{
+    for (const ResourceInfo* r : module.resources) {
+        if (const ProtocolInfo* p = RowById(m_Protocols, r->protocolId)) AddIfAbsent(m_ProtocolCombo, p->name);
     }
-    if (m_ProtocolCombo.GetCount() > 0) {
-        m_ProtocolCombo.SetCurSel(0);
-        OnCbnSelchangeProtocol();
-    }
+}
+
+void CQuillonDlg::SelectFirstAndRun(controls::ComboBox& combo, void (CQuillonDlg::*handler)())
+{
+    if (combo.GetCount() == 0) return;
+    combo.SetCurSel(0);
+    (this->*handler)();
+}
+
+bool CQuillonDlg::MatchesSelectedIds(const ResourceInfo& resource) const
+{
+    return resource.protocolId == m_SelectedProtocolId && resource.busTypeId == m_SelectedBusTypeId;
 }
 
 void CQuillonDlg::OnCbnSelchangeProtocol()
@@ -112,26 +123,13 @@ void CQuillonDlg::OnCbnSelchangeProtocol()
     std::string text;
     if (!BeginSelectionHandler(m_ProtocolCombo, &HistoryEntry::Protocol, text)) return;
     m_BustypeCombo.ResetContent();
-    for (const ProtocolInfo& p : m_Protocols) {
-        if (p.name == text) {
-            m_SelectedProtocolId = p.id;
-            break;
-        }
-    }
+    if (const ProtocolInfo* p = RowByName(m_Protocols, text)) m_SelectedProtocolId = p->id;
     if (!m_pSelectedModule) return;
     for (const ResourceInfo* r : m_pSelectedModule->resources) {
         if (r->protocolId != m_SelectedProtocolId) continue;
-        for (const BusTypeInfo& b : m_BusTypes) {
-            if (b.id == r->busTypeId) {
-                AddIfAbsent(m_BustypeCombo, b.name);
-                break;
-            }
-        }
+        if (const BusTypeInfo* b = RowById(m_BusTypes, r->busTypeId)) AddIfAbsent(m_BustypeCombo, b->name);
     }
-    if (m_BustypeCombo.GetCount() > 0) {
-        m_BustypeCombo.SetCurSel(0);
-        OnCbnSelchangeBustype();
-    }
+    SelectFirstAndRun(m_BustypeCombo, &CQuillonDlg::OnCbnSelchangeBustype);
 }
 
 void CQuillonDlg::OnCbnSelchangeBustype()
@@ -140,16 +138,11 @@ void CQuillonDlg::OnCbnSelchangeBustype()
     std::string text;
     if (!BeginSelectionHandler(m_BustypeCombo, &HistoryEntry::Bustype, text)) return;
     m_PinsCombo.ResetContent();
-    for (const BusTypeInfo& b : m_BusTypes) {
-        if (b.name == text) {
-            m_SelectedBusTypeId = b.id;
-            break;
-        }
-    }
+    if (const BusTypeInfo* b = RowByName(m_BusTypes, text)) m_SelectedBusTypeId = b->id;
     m_CableCombo.ResetContent();
     if (!m_pSelectedModule) return;
     for (const ResourceInfo* r : m_pSelectedModule->resources) {
-        if (r->protocolId != m_SelectedProtocolId || r->busTypeId != m_SelectedBusTypeId) continue;
+        if (!MatchesSelectedIds(*r)) continue;
         for (const auto& [id, cable] : m_CdfParser.GetCables()) {
             uint32_t dlc[4];
             int count = 0;
@@ -173,7 +166,7 @@ void CQuillonDlg::OnCbnSelchangeCable()
     m_pSelectedCable = m_CdfParser.FindCable(static_cast<uint32_t>(std::atoi(text.c_str())));
     if (!m_pSelectedModule) return;
     for (const ResourceInfo* r : m_pSelectedModule->resources) {
-        if (r->protocolId != m_SelectedProtocolId || r->busTypeId != m_SelectedBusTypeId) continue;
+        if (!MatchesSelectedIds(*r)) continue;
         uint32_t dlc[4];
         int count = 0;
         if (MapPins(*r, m_pSelectedCable, dlc, count)) AddIfAbsent(m_PinsCombo, PinListText(dlc, count));
@@ -201,7 +194,7 @@ void CQuillonDlg::OnCbnSelchangePins()
     m_SelectedMdfResourceId = 0xFFFFFFFF;
     if (m_pSelectedModule) {
         for (const ResourceInfo* r : m_pSelectedModule->resources) {
-            if (r->protocolId != m_SelectedProtocolId || r->busTypeId != m_SelectedBusTypeId) continue;
+            if (!MatchesSelectedIds(*r)) continue;
             uint32_t dlc[4];
             int count = 0;
             if (!MapPins(*r, m_pSelectedCable, dlc, count) || PinListText(dlc, count) != text) continue;
@@ -262,19 +255,11 @@ void CQuillonDlg::UpdateResourceSelection()
     if (!r) return;
     const uint32_t hMod = m_pSelectedModule ? m_pSelectedModule->hMod : PDU_HANDLE_UNDEF;
     ShowResourceStatus(hMod, r->id);
-    for (const ProtocolInfo& p : m_Protocols) {
-        if (p.id == r->protocolId) {
-            m_InfoProtocolEdit.SetWindowText(p.name);
-            m_LoLiCreateFlagsEdit.SetWindowText("0x40");  // each new resource starts from the default flags
-            break;
-        }
+    if (const ProtocolInfo* p = RowById(m_Protocols, r->protocolId)) {
+        m_InfoProtocolEdit.SetWindowText(p->name);
+        m_LoLiCreateFlagsEdit.SetWindowText("0x40");  // each new resource starts from the default flags
     }
-    for (const BusTypeInfo& b : m_BusTypes) {
-        if (b.id == r->busTypeId) {
-            m_InfoBustypeEdit.SetWindowText(b.name);
-            break;
-        }
-    }
+    if (const BusTypeInfo* b = RowById(m_BusTypes, r->busTypeId)) m_InfoBustypeEdit.SetWindowText(b->name);
     PinAssignment pins[4];
     const int pinCount = ResourcePins(*r, pins);
     if (pinCount == 0) return;
