@@ -9,8 +9,10 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QStandardItemModel>
-#include <atomic>
+#include <QStyleOptionComboBox>
+#include <QStylePainter>
 #include <memory>
+#include <mutex>
 
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
@@ -25,11 +27,63 @@
 namespace {
 
 constexpr const char* kSyncProperty = "quillonSync";
+constexpr const char* kCheckedTextProperty = "quillonCheckedText";
+
+// A check combo shows the joined texts of its checked lines while closed.
+class CheckComboWidget : public QComboBox {
+public:
+    using QComboBox::QComboBox;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QStylePainter painter(this);
+        QStyleOptionComboBox option;
+        initStyleOption(&option);
+        option.currentText = property(kCheckedTextProperty).toString();
+        option.currentIcon = QIcon();
+        painter.drawComplexControl(QStyle::CC_ComboBox, option);
+        painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+    }
+};
+
+// Shared by a control's observer, which runs on whatever thread changed the control, and the
+// widget's syncer on the GUI thread. The syncer leaves it when it dies, under the mutex, so an
+// observer never posts to a deleted object.
+struct SyncLink {
+    std::mutex mutex;
+    QObject* syncer = nullptr;
+    bool pending = false;  // one queued sync per widget at a time
+};
 
 // Stored on the widget: re-reads the control into the widget. Runs on the GUI thread only.
 struct Syncer : QObject {
+    Syncer(controls::Control& control, std::function<void()> sync)
+        : control(control), sync(std::move(sync)), link(std::make_shared<SyncLink>())
+    {
+        link->syncer = this;
+    }
+    ~Syncer() override
+    {
+        {
+            std::lock_guard lock(link->mutex);
+            link->syncer = nullptr;
+        }
+        control.RemoveObserver(token);
+    }
+    void Run()
+    {
+        {
+            std::lock_guard lock(link->mutex);
+            link->pending = false;
+        }
+        sync();
+    }
+
+    controls::Control& control;
     std::function<void()> sync;
-    std::atomic<bool> pending{false};
+    std::shared_ptr<SyncLink> link;
+    int token = 0;
 };
 
 void ApplyCommonState(const controls::Control& control, QWidget* widget)
@@ -46,23 +100,17 @@ QString Text(const std::string& s)
 // Observer for any thread: at most one queued sync per widget at a time.
 void Attach(controls::Control& control, QWidget* widget, std::function<void()> sync)
 {
-    auto* syncer = new Syncer;
+    auto* syncer = new Syncer(control, std::move(sync));
     syncer->setParent(widget);
-    syncer->sync = std::move(sync);
     widget->setProperty(kSyncProperty, QVariant::fromValue(static_cast<QObject*>(syncer)));
-    QPointer<Syncer> guard(syncer);
-    const int token = control.AddObserver([guard, syncer](const controls::Control&) {
-        if (syncer->pending.exchange(true)) return;
-        QMetaObject::invokeMethod(
-            syncer,
-            [guard] {
-                if (!guard) return;
-                guard->pending = false;
-                guard->sync();
-            },
-            Qt::QueuedConnection);
+    syncer->token = control.AddObserver([link = syncer->link](const controls::Control&) {
+        std::lock_guard lock(link->mutex);
+        if (!link->syncer || link->pending) return;
+        link->pending = true;
+        auto* target = static_cast<Syncer*>(link->syncer);
+        // The posted call dies with its target if the widget goes first.
+        QMetaObject::invokeMethod(target, [target] { target->Run(); }, Qt::QueuedConnection);
     });
-    QObject::connect(widget, &QObject::destroyed, [&control, token] { control.RemoveObserver(token); });
     syncer->sync();
 }
 
@@ -141,15 +189,14 @@ void SyncComboItems(controls::ComboBox& combo, QComboBox* w)
         const QString text = Text(combo.GetWindowText());
         if (w->lineEdit()->text() != text) w->lineEdit()->setText(text);
     }
-    if (auto* tip = dynamic_cast<controls::CToolTipComboBox*>(&combo)) {
-        const std::string tooltip = check ? check->GetCheckedText() : tip->TooltipText();
-        w->setToolTip(Text(tooltip));
-    }
+    if (auto* tip = dynamic_cast<controls::CToolTipComboBox*>(&combo)) w->setToolTip(Text(tip->TooltipText()));
+    if (check) w->setProperty(kCheckedTextProperty, Text(check->GetCheckedText()));
 }
 
 QWidget* BindCombo(controls::ComboBox& combo, QWidget* parent)
 {
-    auto* w = new QComboBox(parent);
+    const bool checks = dynamic_cast<controls::CCheckComboBox*>(&combo) != nullptr;
+    auto* w = checks ? new CheckComboWidget(parent) : new QComboBox(parent);
     w->setEditable(combo.HasEdit());
     w->setInsertPolicy(QComboBox::NoInsert);
     w->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);

@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QStandardItemModel>
 #include <sstream>
+#include <atomic>
 #include <thread>
 
 #include "app/CQuillonDlg.h"
@@ -75,4 +76,40 @@ TEST_F(MainWindowViewTest, UserActionsReachTheLogicAndChangesComeBack)
     m_dlg.Log("line\n");
     WidgetOf<QPushButton>(view, m_dlg.m_ClearLogButton)->click();
     EXPECT_EQ(m_dlg.LogList()->Rows(), std::vector<std::string>{""});
+}
+
+TEST_F(MainWindowViewTest, ViewsComeAndGoWhileAWorkerWritesControls)
+{
+    std::atomic<bool> stop{false};
+    std::thread worker([this, &stop] {
+        for (int i = 0; !stop; ++i) {
+            m_dlg.m_ResourceStatusEdit.SetWindowText(std::to_string(i));
+            m_dlg.m_ModuleCombo.SetCheck(0, i & 1);
+        }
+    });
+    m_dlg.m_ModuleCombo.AddString("ZentaStick 1");
+    for (int round = 0; round < 20; ++round) {
+        auto view = std::make_unique<MainWindowView>(m_dlg);
+        QCoreApplication::processEvents();
+        view.reset();
+        QCoreApplication::processEvents();
+    }
+    stop = true;
+    worker.join();
+    QCoreApplication::processEvents();
+}
+
+TEST_F(MainWindowViewTest, ClosedCheckComboShowsTheCheckedLines)
+{
+    MainWindowView view(m_dlg);
+    m_dlg.m_ModuleCombo.AddString("A 1");
+    m_dlg.m_ModuleCombo.AddString("B 2");
+    m_dlg.m_ModuleCombo.AddString("C 3");
+    m_dlg.m_ModuleCombo.SetCheck(0, 1);
+    m_dlg.m_ModuleCombo.SetCheck(2, 1);
+    m_dlg.m_ModuleCombo.SetCurSel(1);
+    QCoreApplication::processEvents();
+    auto* modules = WidgetOf<QComboBox>(view, m_dlg.m_ModuleCombo);
+    EXPECT_EQ(modules->property("quillonCheckedText").toString(), "A 1; C 3");
+    EXPECT_EQ(modules->toolTip(), "B 2");  // the tooltip shows the selection in full
 }
