@@ -184,8 +184,8 @@ bool ParseDescriptionField(void** value, const std::string& text, uint32_t dataT
 
 std::vector<std::string> LinkFieldTokens(const std::string& text)
 {
-    const size_t comma = text.find(',');
-    if (comma == std::string::npos || comma == 0)
+    // Any comma past the first place decides, not only the first one found.
+    if (text.find(',', 1) == std::string::npos)
         return SplitBlanks(text);
     std::string packed;
     packed.reserve(text.size());

@@ -229,7 +229,10 @@ TEST(ComParamValue, LinkFields)
         {"1,,2", true, {1, 2}},
         {"0x10 0x20", true, {16, 32}},
         {"  5   6  ", true, {5, 6}},
-        {",1,2", true, {0}}, // a leading comma doesn't make the comma the separator
+        {",1,2", true, {1, 2}}, // a later comma decides even after a leading one
+        {",1 2", true, {0, 2}}, // a leading comma alone doesn't make the comma the separator
+        {",", true, {0}},
+        {" ,1", true, {1}},
         {"1 2,3", true, {12, 3}}, // with commas all blanks go
         {" ", true, {}},
         {"1 300", false, {7}}, // refused: the old value stays
