@@ -4,6 +4,11 @@ namespace controls {
 
 Control::Control(int id, std::string caption) : m_id(id), m_caption(std::move(caption)) {}
 
+std::string Control::Caption() const {
+    std::lock_guard lock(m_mutex);
+    return m_caption;
+}
+
 std::string Control::PlainCaption() const {
     std::lock_guard lock(m_mutex);
     std::string plain;

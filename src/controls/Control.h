@@ -32,7 +32,8 @@ public:
     Control& operator=(const Control&) = delete;
 
     int Id() const { return m_id; }
-    const std::string& Caption() const { return m_caption; }
+    // A copy: another thread may set the caption meanwhile.
+    std::string Caption() const;
     // Caption without the mnemonic marker ("&Unload" -> "Unload").
     std::string PlainCaption() const;
     void SetCaption(std::string caption);

@@ -9,10 +9,9 @@ AutoResetEvent::AutoResetEvent(bool initiallySet) : m_set(initiallySet) {}
 
 void AutoResetEvent::Set()
 {
-    {
-        std::lock_guard lock(m_mutex);
-        m_set = true;
-    }
+    std::lock_guard lock(m_mutex);
+    m_set = true;
+    // Under the lock: the waiter let through may destroy the event as soon as we release it.
     m_cv.notify_one();
 }
 

@@ -49,10 +49,10 @@ ProfileDocument::ProfileDocument(std::string_view text)
         }
         const size_t endLength = text.compare(stop, 2, "\r\n") == 0 ? 2 : 1;
         std::string end(text.substr(stop, endLength));
-        if (!lineEndSeen) {
+        // Any CRLF makes it a CRLF file, even when its first line ends otherwise.
+        if (!lineEndSeen || endLength == 2)
             m_lineEnd = end;
-            lineEndSeen = true;
-        }
+        lineEndSeen = true;
         m_lines.push_back(ParseLine(std::string(text.substr(start, stop - start)), std::move(end)));
         start = stop + endLength;
     }
@@ -178,14 +178,13 @@ void ProfileDocument::SetValue(std::string_view section, std::string_view key, s
 
 void ProfileDocument::DeleteKey(std::string_view section, std::string_view key)
 {
-    const std::string sectionName = Trim(section);
+    // Like a look-up: the first section of that name and the first key in it.
+    const size_t header = FindSection(section);
+    if (header == npos)
+        return;
     const std::string name = Trim(key);
-    bool inSection = false;
-    for (size_t i = 0; i < m_lines.size(); ++i) {
-        const Line& line = m_lines[i];
-        if (line.kind == Kind::Section)
-            inSection = SameName(line.name, sectionName);
-        else if (inSection && line.kind == Kind::Key && SameName(line.name, name)) {
+    for (size_t i = header + 1, end = SectionEnd(header); i < end; ++i) {
+        if (m_lines[i].kind == Kind::Key && SameName(m_lines[i].name, name)) {
             m_lines.erase(m_lines.begin() + static_cast<std::ptrdiff_t>(i));
             return;
         }
@@ -194,16 +193,17 @@ void ProfileDocument::DeleteKey(std::string_view section, std::string_view key)
 
 void ProfileDocument::DeleteSection(std::string_view section)
 {
-    const std::string name = Trim(section);
-    bool inSection = false;
+    const size_t header = FindSection(section);
+    if (header == npos)
+        return;
+    const size_t end = SectionEnd(header);
     std::vector<Line> kept;
-    for (Line& line : m_lines) {
-        if (line.kind == Kind::Section)
-            inSection = SameName(line.name, name);
-        // Comments and blank lines of a deleted section stay where they were.
-        const bool drop = inSection && line.kind != Kind::Comment && line.kind != Kind::Blank;
+    for (size_t i = 0; i < m_lines.size(); ++i) {
+        // Comments and blank lines of the deleted section stay where they were.
+        const Kind kind = m_lines[i].kind;
+        const bool drop = i >= header && i < end && kind != Kind::Comment && kind != Kind::Blank;
         if (!drop)
-            kept.push_back(std::move(line));
+            kept.push_back(std::move(m_lines[i]));
     }
     m_lines = std::move(kept);
 }
@@ -212,19 +212,35 @@ void ProfileDocument::ReplaceSection(std::string_view section,
                                      const std::vector<std::pair<std::string, std::string>>& entries)
 {
     const std::string name = Trim(section);
+    const size_t first = FindSection(name);
+    size_t header = npos;    // the first section's header in the kept lines
+    size_t insertAt = npos;  // where its first key stood
     bool inSection = false;
+    bool inFirst = false;
     std::vector<Line> kept;
-    for (Line& line : m_lines) {
-        if (line.kind == Kind::Section)
+    for (size_t i = 0; i < m_lines.size(); ++i) {
+        Line& line = m_lines[i];
+        if (line.kind == Kind::Section) {
             inSection = SameName(line.name, name);
-        if (!(inSection && line.kind == Kind::Key))
-            kept.push_back(std::move(line));
+            inFirst = i == first;
+        }
+        if (inSection && line.kind == Kind::Key) {
+            if (inFirst && insertAt == npos)
+                insertAt = kept.size();
+            continue;
+        }
+        if (i == first)
+            header = kept.size();
+        kept.push_back(std::move(line));
     }
     m_lines = std::move(kept);
-    if (FindSection(name) == npos)
-        AppendSection(name);
+    if (header == npos)
+        header = AppendSection(name);
+    if (insertAt == npos)
+        insertAt = header + 1;
+    // Verbatim and in order: duplicates and blanks around the key are the caller's.
     for (const auto& [key, value] : entries)
-        SetValue(name, key, value);
+        InsertLine(insertAt++, key + "=" + value);
 }
 
 }  // namespace platform

@@ -42,12 +42,14 @@ bool Semaphore::Release(long count)
             return false;
         m_count += count;
         waiters = m_waiters;
+        // Under the lock: a waiter that takes the count may destroy us as soon as we release it.
+        if (count == 1)
+            m_cv.notify_one();
+        else
+            m_cv.notify_all();
     }
-    if (count == 1)
-        m_cv.notify_one();
-    else
-        m_cv.notify_all();
-    // Outside our own lock: a multi-waiter never holds its lock while taking ours.
+    // Outside our own lock: a multi-waiter never holds its lock while taking ours. The waiters
+    // are shared, so they outlive a destroyed semaphore.
     Signal(waiters);
     return true;
 }

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "controls/Button.h"
@@ -26,6 +28,26 @@ TEST(Control, PlainCaptionDropsMnemonicMarkers) {
     };
     for (const auto& [caption, plain] : cases)
         EXPECT_EQ(controls::Static(1, caption).PlainCaption(), plain) << caption;
+}
+
+// Workers set captions while the UI thread reads them.
+TEST(Control, CaptionReadsWhileAnotherThreadSetsIt) {
+    const std::string a(64, 'a');
+    const std::string b = "&" + std::string(80, 'b');
+    controls::Static label(1, a);
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; i < 2000; ++i)
+            label.SetCaption(i % 2 ? a : b);
+        done = true;
+    });
+    while (!done) {
+        const std::string caption = label.Caption();
+        ASSERT_TRUE(caption == a || caption == b) << caption;
+        const std::string plain = label.PlainCaption();
+        ASSERT_TRUE(plain == a || plain == b.substr(1)) << plain;
+    }
+    writer.join();
 }
 
 TEST(Control, RemovedObserverIsNotCalled) {

@@ -36,6 +36,21 @@ TEST(AutoResetEvent, SetWakesAWaitingThread)
     EXPECT_FALSE(event.Wait(0));
 }
 
+// A waiter may destroy the event as soon as it is through, so Set must be done with it by then.
+TEST(AutoResetEvent, AWaiterMayDestroyItOnceThrough)
+{
+    for (int round = 0; round < 200; ++round) {
+        auto* event = new AutoResetEvent;
+        std::thread waiter([event] {
+            while (!event->Wait(0)) {
+            }
+            delete event;
+        });
+        event->Set();
+        waiter.join();
+    }
+}
+
 TEST(AutoResetEvent, NamedEventsAreSharedByName)
 {
     auto first = NamedEvent("SyncEvent");

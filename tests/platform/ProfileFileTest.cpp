@@ -192,16 +192,26 @@ const WriteCase kWriteCases[] = {
     {"new key in a last section without line end", "[S]", "S", "B", "2", "[S]\nB=2\n"},
     {"new section at the end", "[S]\nA=1", "T", " K ", "v", "[S]\nA=1\n[T]\nK=v\n"},
     {"CRLF stays CRLF", "[S]\r\nA=1\r\n", "S", "B", "2", "[S]\r\nA=1\r\nB=2\r\n"},
+    {"any CRLF makes new lines CRLF", "[S]\nA=1\r\n", "S", "B", "2", "[S]\nA=1\r\nB=2\r\n"},
+    {"CRLF for a last line without end", "[S]\nA=1\r\nB=1", "S", "C", "2", "[S]\nA=1\r\nB=1\r\nC=2\r\n"},
+    {"CRLF for a new section", "x\n[S]\r\n", "T", "K", "v", "x\n[S]\r\n[T]\r\nK=v\r\n"},
+    {"CR stays CR", "[S]\rA=1\r", "S", "B", "2", "[S]\rA=1\rB=2\r"},
     {"value verbatim", "[S]\nA=1\n", "S", "A", "  x \"y\"  ", "[S]\nA=  x \"y\"  \n"},
     {"first of duplicate sections", "[S]\nA=1\n[s]\nB=2\n", "S", "B", "3", "[S]\nA=1\nB=3\n[s]\nB=2\n"},
+    {"first of duplicate sections when it has no keys", "[S]\n[s]\nB=2\n", "s", "B", "3", "[S]\nB=3\n[s]\nB=2\n"},
     {"lines before the first section stay", "x=1\n[S]\n", "S", "x", "2", "x=1\n[S]\nx=2\n"},
     {"new file", nullptr, "S", "K", "v", "[S]\nK=v\n"},
     {"delete a key", "[S]\nA=1\nB=2\n", "S", "a", nullptr, "[S]\nB=2\n"},
     {"delete only the first duplicate", "[S]\nA=1\nA=2\n", "S", "A", nullptr, "[S]\nA=2\n"},
     {"delete a key missing", "[S]\nA=1\n", "S", "Z", nullptr, "[S]\nA=1\n"},
+    {"delete a key of the first duplicate section", "[S]\nA=1\n[s]\nA=2\n", "s", "A", nullptr, "[S]\n[s]\nA=2\n"},
+    {"delete a key only in a later duplicate section", "[S]\nA=1\n[s]\nB=2\n", "S", "B", nullptr,
+     "[S]\nA=1\n[s]\nB=2\n"},
     {"delete a key of no file", nullptr, "S", "Z", nullptr, nullptr},
     {"delete a section keeps comments", "[S]\n;c\nA=1\n\n[T]\nX=1\n", "S", nullptr, nullptr, ";c\n\n[T]\nX=1\n"},
-    {"delete every section of the name", "[S]\nA=1\n[T]\nX=1\n[s]\nB\n", "s", nullptr, nullptr, "[T]\nX=1\n"},
+    {"delete only the first section of the name", "[S]\nA=1\n[T]\nX=1\n[s]\nB=2\n", "s", nullptr, nullptr,
+     "[T]\nX=1\n[s]\nB=2\n"},
+    {"delete a section missing", "[S]\nA=1\n", "T", nullptr, nullptr, "[S]\nA=1\n"},
     {"delete a section of no file", nullptr, "S", nullptr, nullptr, nullptr},
 };
 
@@ -229,9 +239,18 @@ TEST(ProfileFile, WriteSectionReplacesTheKeys)
     };
     const Case cases[] = {
         {"[S]\nA=1\n;c\nB=2\n[T]\nX=1\n[s]\nD=0\n", {"C=3", "no equals", " D = 4"},
-         "[S]\nC=3\nD= 4\n;c\n[T]\nX=1\n[s]\n"},
-        {"[T]\r\nX=1\r\n", {"A=1", "a=2"}, "[T]\r\nX=1\r\n[S]\r\nA=2\r\n"},
+         "[S]\nC=3\n D = 4\n;c\n[T]\nX=1\n[s]\n"},
+        {"[T]\r\nX=1\r\n", {"A=1", "a=2"}, "[T]\r\nX=1\r\n[S]\r\nA=1\r\na=2\r\n"},
         {"", {}, "[S]\n"},
+        {"[S]\nk=0\n", {"k=1", "k=2", "K=3"}, "[S]\nk=1\nk=2\nK=3\n"},
+        {"[S]\n;top\nA=1\n;mid\nB=2\n\n;end\n[T]\nA=1\n", {"\tX = 1 ", "Y=a=b"},
+         "[S]\n;top\n\tX = 1 \nY=a=b\n;mid\n\n;end\n[T]\nA=1\n"},
+        {"[S]\n;c\n[T]\nX=1\n", {"A=1"}, "[S]\nA=1\n;c\n[T]\nX=1\n"},
+        {"[S]\n;c\n[s]\nB=1\n", {"A=1"}, "[S]\nA=1\n;c\n[s]\n"},
+        {"[S]\nA=1\r\n", {"B=2", "C=3"}, "[S]\nB=2\r\nC=3\r\n"},
+        {"[S]", {"A=1"}, "[S]\nA=1\n"},
+        {"[S]\nA=1", {"B=2"}, "[S]\nB=2\n"},
+        {"[S]\nA=1\n[T]\n", {}, "[S]\n[T]\n"},
     };
     for (const Case& c : cases) {
         TestFolder folder;

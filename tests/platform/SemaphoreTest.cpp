@@ -92,4 +92,24 @@ TEST(Semaphore, NoReleaseIsLostOrTakenTwice)
     EXPECT_EQ(WaitAny(first, second, 0), -1);
 }
 
+// A waiter may destroy the semaphore as soon as it has taken a count, so Release must be done
+// with it by then.
+TEST(Semaphore, AWaiterMayDestroyItOnceTaken)
+{
+    for (const long count : {1L, 2L})
+        for (const bool waitAny : {false, true})
+            for (int round = 0; round < 100; ++round) {
+                auto* first = new Semaphore(0, 2);
+                auto* second = new Semaphore(0, 2);
+                std::thread waiter([=] {
+                    while (waitAny ? WaitAny(*first, *second, 0) != 0 : !first->Wait(0)) {
+                    }
+                    delete first;
+                    delete second;
+                });
+                EXPECT_TRUE(first->Release(count));
+                waiter.join();
+            }
+}
+
 }  // namespace
