@@ -119,9 +119,9 @@ void CQuillonDlg::ProcessModuleEvents()
     }
 }
 
+// Runs inside a module round, under its PrintLock.
 void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec& module)
 {
-    std::lock_guard lock(PrintLock);
     Log("%s", kLongSeparator);
     Log("Received an module event item from the PDU-API:\n");
     switch (item.ItemType) {

@@ -89,18 +89,20 @@ int ScriptDriver::RunModal(Dialog& dialog)
     return dialog.EndCode();
 }
 
-bool ScriptDriver::RunCommands(Dialog* modal)
+void ScriptDriver::RunCommands(Dialog* modal)
 {
     while (!m_failed && m_next < m_lines.size()) {
-        if (modal && modal->IsEnded()) return true;
+        if (modal && modal->IsEnded()) return;
         const std::string& line = m_lines[m_next++];
         const auto words = SplitLine(line);
         if (words.empty() || words[0][0] == '#') continue;
-        if (!Execute(words)) return false;
-        if (!m_ui.Failure().empty()) return Fail(m_ui.Failure());
-        if (modal && modal->IsEnded()) return true;
+        if (!Execute(words)) return;
+        if (!m_ui.Failure().empty()) {
+            Fail(m_ui.Failure());
+            return;
+        }
+        if (modal && modal->IsEnded()) return;
     }
-    return !m_failed;
 }
 
 Dialog* ScriptDriver::Target()

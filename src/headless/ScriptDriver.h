@@ -28,8 +28,8 @@ public:
 
 private:
     int RunModal(Dialog& dialog);
-    // Runs commands until `stop` is true or the script ends; false after a failure.
-    bool RunCommands(Dialog* modal);
+    // Runs commands until the modal dialog ends, the script ends or a command fails (m_failed).
+    void RunCommands(Dialog* modal);
     bool Execute(const std::vector<std::string>& words);
     Dialog* Target();
     bool Fail(const std::string& reason);
