@@ -53,6 +53,22 @@ void HeadlessUi::DestroyWindow(Dialog& dialog)
     ForgetDialog(dialog);
 }
 
+// Without a screen every window is the size of the desktop bench's first view, at the origin,
+// until the logic moves it.
+ui::WindowRect HeadlessUi::GetWindowRect(Dialog& dialog)
+{
+    std::lock_guard lock(m_mutex);
+    const auto it = m_frames.find(&dialog);
+    return it != m_frames.end() ? it->second : ui::WindowRect{0, 0, kDefaultWidth, kDefaultHeight};
+}
+
+void HeadlessUi::MoveWindow(Dialog& dialog, int x, int y)
+{
+    const ui::WindowRect old = GetWindowRect(dialog);
+    std::lock_guard lock(m_mutex);
+    m_frames[&dialog] = ui::WindowRect{x, y, x + old.Width(), y + old.Height()};
+}
+
 std::optional<std::string> HeadlessUi::FileBox(const ui::FileBoxRequest& request)
 {
     std::lock_guard lock(m_mutex);
@@ -153,6 +169,7 @@ void HeadlessUi::Pump(std::chrono::milliseconds duration, const std::function<bo
 void HeadlessUi::ForgetDialog(Dialog& dialog)
 {
     std::lock_guard lock(m_mutex);
+    m_frames.erase(&dialog);
     for (auto it = m_timers.begin(); it != m_timers.end();) {
         it = it->first.first == &dialog ? m_timers.erase(it) : std::next(it);
     }

@@ -15,6 +15,8 @@
 class HeadlessUi : public ui::Ui {
 public:
     using Clock = std::chrono::steady_clock;
+    static constexpr int kDefaultWidth = 1100;
+    static constexpr int kDefaultHeight = 720;
     // Runs a modal dialog: the driver feeds it script commands until it ends.
     using ModalRunner = std::function<int(Dialog&)>;
 
@@ -24,7 +26,8 @@ public:
     int RunModal(Dialog& dialog) override;
     void ShowModeless(Dialog& dialog) override;
     void DestroyWindow(Dialog& dialog) override;
-    void PlaceWindow(Dialog& dialog, ui::Placement placement) override {}
+    ui::WindowRect GetWindowRect(Dialog& dialog) override;
+    void MoveWindow(Dialog& dialog, int x, int y) override;
     std::optional<std::string> FileBox(const ui::FileBoxRequest& request) override;
     int PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items) override;
     bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) override;
@@ -67,6 +70,7 @@ private:
     ModalRunner m_modalRunner;
     std::map<std::pair<Dialog*, unsigned>, Timer> m_timers;
     std::vector<Dialog*> m_windows;
+    std::map<Dialog*, ui::WindowRect> m_frames;
     std::string m_failure;
     std::string m_clipboard;
     mutable std::mutex m_mutex;

@@ -134,24 +134,17 @@ void QtUi::DestroyWindow(Dialog& dialog)
     m_views.erase(&dialog);
 }
 
-void QtUi::PlaceWindow(Dialog& dialog, ui::Placement placement)
+ui::WindowRect QtUi::GetWindowRect(Dialog& dialog)
 {
     DialogView* view = ViewOf(dialog);
-    if (!view) return;
-    const QRect screen = view->screen() ? view->screen()->availableGeometry() : QRect(0, 0, 1280, 1024);
-    switch (placement) {
-    case ui::Placement::Centre:
-        view->move(screen.center() - view->rect().center());
-        break;
-    case ui::Placement::Side:
-        view->move(screen.right() - view->width(), screen.top());
-        break;
-    case ui::Placement::Cascade:
-        view->move(view->pos() + QPoint(24, 24));
-        break;
-    case ui::Placement::Default:
-        break;
-    }
+    if (!view) return {};
+    const QRect frame = view->frameGeometry();
+    return ui::WindowRect{frame.left(), frame.top(), frame.left() + frame.width(), frame.top() + frame.height()};
+}
+
+void QtUi::MoveWindow(Dialog& dialog, int x, int y)
+{
+    if (DialogView* view = ViewOf(dialog)) view->move(x, y);
 }
 
 std::optional<std::string> QtUi::FileBox(const ui::FileBoxRequest& request)

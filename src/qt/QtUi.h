@@ -42,7 +42,8 @@ public:
     int RunModal(Dialog& dialog) override;
     void ShowModeless(Dialog& dialog) override;
     void DestroyWindow(Dialog& dialog) override;
-    void PlaceWindow(Dialog& dialog, ui::Placement placement) override;
+    ui::WindowRect GetWindowRect(Dialog& dialog) override;
+    void MoveWindow(Dialog& dialog, int x, int y) override;
     std::optional<std::string> FileBox(const ui::FileBoxRequest& request) override;
     int PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items) override;
     bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) override;

@@ -14,8 +14,15 @@ namespace ui {
 enum : unsigned { MB_OK = 0x0, MB_OKCANCEL = 0x1, MB_YESNO = 0x4, MB_ICONERROR = 0x10, MB_ICONWARNING = 0x30 };
 enum : int { IDOK = 1, IDCANCEL = 2, IDYES = 6, IDNO = 7 };
 
-// The four ways the bench places a new window.
-enum class Placement { Default, Centre, Side, Cascade };
+// A window's frame in screen coordinates.
+struct WindowRect {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+    int Width() const { return right - left; }
+    int Height() const { return bottom - top; }
+};
 
 struct FileBoxRequest {
     bool save = false;
@@ -42,7 +49,10 @@ public:
     virtual int RunModal(Dialog& dialog) = 0;
     virtual void ShowModeless(Dialog& dialog) = 0;
     virtual void DestroyWindow(Dialog& dialog) = 0;
-    virtual void PlaceWindow(Dialog& dialog, Placement placement) = 0;
+    // The frame of the dialog's window; an empty rectangle when it has none.
+    virtual WindowRect GetWindowRect(Dialog& dialog) = 0;
+    // Moves the window's frame to (x, y), keeping its size; off-screen positions stay as given.
+    virtual void MoveWindow(Dialog& dialog, int x, int y) = 0;
     virtual std::optional<std::string> FileBox(const FileBoxRequest& request) = 0;
     // Returns the chosen command, 0 when the menu was dismissed.
     virtual int PopupMenu(Dialog& owner, const std::vector<MenuItem>& items) = 0;
