@@ -5,50 +5,10 @@
 #include "app/TableRows.h"
 #include "description/ModuleDisplayName.h"
 #include "pdu/PduApi.h"
+#include "pdu/PduEventText.h"
 #include "pdu/PduStatusText.h"
 
 namespace {
-
-const char* StatusLine(T_PDU_STATUS status)
-{
-    switch (status) {
-    case PDU_COPST_IDLE: return "PDU_COPST_IDLE.\n";
-    case PDU_COPST_EXECUTING: return "PDU_COPST_EXECUTING.\n";
-    case PDU_COPST_FINISHED: return "PDU_COPST_FINISHED.\n";
-    case PDU_COPST_CANCELLED: return "PDU_COPST_CANCELLED.\n";
-    case PDU_COPST_WAITING: return "PDU_COPST_WAITING.\n";
-    case PDU_CLLST_OFFLINE: return "PDU_CLLST_OFFLINE.\n";
-    case PDU_CLLST_ONLINE: return "PDU_CLLST_ONLINE.\n";
-    case PDU_CLLST_COMM_STARTED: return "PDU_CLLST_COMM_STARTED.\n";
-    default: return "";
-    }
-}
-
-const char* ErrorEventLine(T_PDU_ERR_EVT code)
-{
-    switch (code) {
-    case PDU_ERR_EVT_FRAME_STRUCT: return "PDU_ERR_EVT_FRAME_STRUCT\n";
-    case PDU_ERR_EVT_TX_ERROR: return "PDU_ERR_EVT_TX_ERROR\n";
-    case PDU_ERR_EVT_TESTER_PRESENT_ERROR: return "PDU_ERR_EVT_TESTER_PRESENT_ERROR\n";
-    case PDU_ERR_EVT_RX_TIMEOUT: return "PDU_ERR_EVT_RX_TIMEOUT\n";
-    case PDU_ERR_EVT_RX_ERROR: return "PDU_ERR_EVT_RX_ERROR\n";
-    case PDU_ERR_EVT_PROT_ERR: return "PDU_ERR_EVT_PROT_ERR\n";
-    case PDU_ERR_EVT_LOST_COMM_TO_VCI: return "PDU_ERR_EVT_LOST_COMM_TO_VCI\n";
-    case PDU_ERR_EVT_VCI_HARDWARE_FAULT: return "PDU_ERR_EVT_VCI_HARDWARE_FAULT\n";
-    case PDU_ERR_EVT_INIT_ERROR: return "PDU_ERR_EVT_INIT_ERROR\n";
-    default: return "Unknown error event\n";
-    }
-}
-
-const char* InfoLine(T_PDU_INFO code)
-{
-    switch (code) {
-    case PDU_INFO_MODULE_LIST_CHG: return "PDU_INFO_MODULE_LIST_CHG\n";
-    case PDU_INFO_RSC_LOCK_CHG: return "PDU_INFO_RSC_LOCK_CHG\n";
-    case PDU_INFO_PHYS_COMPARAM_CHG: return "PDU_INFO_PHYS_COMPARAM_CHG\n";
-    default: return "";
-    }
-}
 
 void Destroy(void* item)
 {
@@ -132,7 +92,7 @@ void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec&
             Log("PDU_MODST_NOT_AVAIL.\n");
             Log("Module Short Name     : %s\n", module.displayName.c_str());
         } else {
-            Log("%s", StatusLine(status));
+            Log("%s", PduStatusLine(status));
         }
         break;
     }
@@ -141,13 +101,13 @@ void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec&
         const T_PDU_ERR_EVT code = error ? error->ErrorCodeId : 0;
         Log("PDU_IT_ERROR\n");
         Log("Returned ErrorCodeId:0x%08x (%d): ", code, static_cast<int>(code));
-        Log("%s", ErrorEventLine(code));
+        Log("%s", PduErrorEventLine(code));
         break;
     }
     case PDU_IT_INFO: {
         const auto* info = static_cast<const PDU_INFO_DATA*>(item.pData);
         Log("PDU_IT_INFO\n");
-        Log("%s", InfoLine(info ? info->InfoCode : 0));
+        Log("%s", PduInfoLine(info ? info->InfoCode : 0));
         Log("ExtraInfoData: %d\n", info ? static_cast<int>(info->ExtraInfoData) : 0);
         break;
     }

@@ -221,6 +221,16 @@ void ComboBox::UserType(const std::string& text) {
     Notify(Notification::EditChange);
 }
 
+void ComboBox::UserFocus() {
+    if (IsVisible() && IsWindowEnabled())
+        Notify(Notification::SetFocus);
+}
+
+void ComboBox::UserCloseUp() {
+    if (IsVisible() && IsWindowEnabled())
+        Notify(Notification::CloseUp);
+}
+
 std::vector<ComboBox::Item> ComboBox::Items() const {
     std::lock_guard lock(Mutex());
     return m_items;

@@ -43,6 +43,9 @@ public:
     // As a user would: choose an item (SelChange) or type into the edit field (EditChange).
     void UserSelect(int index);
     void UserType(const std::string& text);
+    // The user put the focus in the box, or its drop-down list closed.
+    void UserFocus();
+    void UserCloseUp();
 
     bool IsSorted() const { return m_sorted; }
     bool HasEdit() const { return m_hasEdit; }

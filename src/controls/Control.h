@@ -19,6 +19,8 @@ enum class Notification {
     DoubleClick,
     ContextMenu,
     KeyChar,
+    SetFocus,    // the control got the keyboard focus from the user
+    CloseUp,     // a combo's drop-down list closed
 };
 
 class Control {

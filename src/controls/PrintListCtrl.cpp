@@ -32,22 +32,34 @@ void PrintListCtrl::PrintText(int col, const char* text) {
     size_t length = text ? strnlen(text, MAX_WRITE) : 0;
     std::lock_guard lock(m_ringMutex);
     if (col >= 0 && static_cast<uint32_t>(col) < COLUMNS) {
-        Append(static_cast<uint32_t>(col), text, length);
+        Append(static_cast<uint32_t>(col), text, length, false);
         m_rowColours[m_currentRow] = m_currentColour;
     }
     m_dirty = true;
 }
 
-void PrintListCtrl::Append(uint32_t col, const char* text, size_t length) {
-    size_t start = 0;
-    for (size_t i = 0; i < length; ++i) {
-        if (text[i] != '\n')
-            continue;
-        Cell(m_currentRow, col).append(text + start, i - start);
-        EndRow();
-        start = i + 1;
+void PrintListCtrl::PrintBatch(int col, std::string_view text) {
+    std::lock_guard lock(m_ringMutex);
+    if (col >= 0 && static_cast<uint32_t>(col) < COLUMNS) {
+        Append(static_cast<uint32_t>(col), text.data(), text.size(), true);
+        m_rowColours[m_currentRow] = m_currentColour;
     }
-    Cell(m_currentRow, col).append(text + start, length - start);
+    m_dirty = true;
+}
+
+void PrintListCtrl::Append(uint32_t col, const char* text, size_t length, bool batch) {
+    if (!text || length == 0)
+        return;
+    const char* end = text + length;
+    while (const char* lineEnd = static_cast<const char*>(std::memchr(text, '\n', static_cast<size_t>(end - text)))) {
+        Cell(m_currentRow, col).append(text, static_cast<size_t>(lineEnd - text));
+        EndRow();
+        // Each line of a batch stands for a write of its own, which leaves its new row coloured.
+        if (batch)
+            m_rowColours[m_currentRow] = m_currentColour;
+        text = lineEnd + 1;
+    }
+    Cell(m_currentRow, col).append(text, static_cast<size_t>(end - text));
 }
 
 void PrintListCtrl::EndRow() {

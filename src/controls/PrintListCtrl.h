@@ -5,6 +5,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "controls/CListCtrlEx.h"
@@ -50,6 +51,9 @@ public:
     void Print(int col, const char* format, ...) QUILLON_PRINTF(3, 4);
     void PrintV(int col, const char* format, va_list args) QUILLON_PRINTF(3, 0);
     void PrintText(int col, const char* text);
+    // Many lines at once, under one lock: a writer that formats a whole event before it shows
+    // any of it. The text is taken as it is, without the cut at MAX_WRITE.
+    void PrintBatch(int col, std::string_view text);
     void SetRowColour(uint32_t colour);
     void Clear();
     FlushResult Flush();
@@ -65,7 +69,7 @@ public:
 
 private:
     FlushResult TakeChanges();
-    void Append(uint32_t col, const char* text, size_t length);
+    void Append(uint32_t col, const char* text, size_t length, bool batch);
     void EndRow();
     std::string& Cell(uint32_t ringRow, uint32_t col) { return m_cells[ringRow * COLUMNS + col]; }
     const std::string& Cell(uint32_t ringRow, uint32_t col) const { return m_cells[ringRow * COLUMNS + col]; }
