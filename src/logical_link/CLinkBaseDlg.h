@@ -1,25 +1,91 @@
-// Base of the dialogs that own one ComLogicalLink. The main dialog knows its links only
-// through this base: which module a link is on, and how to close it.
+// Base of the dialogs that own one link: its handles, ids and create flags, its title, the
+// editors open on it, and the placement beside the main window. The main dialog knows its links
+// only through this base.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "controls/ComboBox.h"
+#include "logical_link/LinkComParams.h"
 #include "pdu/PduTypes.h"
 #include "ui/Dialog.h"
 
-class CQuillonDlg;
+class LinkHost;
 
-class CLinkBaseDlg : public Dialog {
+class CLinkBaseDlg : public Dialog, public std::enable_shared_from_this<CLinkBaseDlg> {
 public:
-    using Dialog::Dialog;
+    static constexpr unsigned kTimerPeriodMs = 50;
 
-    // Disconnects and destroys the link, takes the dialog out of the main dialog's lists and
-    // closes its window.
-    virtual void CloseLink() = 0;
+    CLinkBaseDlg(ui::Ui& ui, int templateId);
+    ~CLinkBaseDlg() override;
 
+    // The four placements beside the reference window; a position off the screen stays as it is.
+    virtual void PlaceLeftOf(Dialog& reference);
+    virtual void PlaceRightOf(Dialog& reference);
+    virtual void PlaceLeftOfCenter(Dialog& reference);
+    virtual void PlaceRightOfCenter(Dialog& reference);
+    // Closes the link as its own close button would; the base has nothing to close.
+    virtual void CloseLink() {}
+
+    // The link's event callback finds its dialog through the link tag, which is the dialog's
+    // address. A dialog is known under its tag from Register until it is destroyed, and the
+    // callback holds it alive while it works.
+    void RegisterLinkTag();
+    static std::shared_ptr<CLinkBaseDlg> FromLinkTag(void* tag);
+    void* LinkTag() { return this; }
+    // A link callback that comes without a link tag raises the module events of the API tag,
+    // which only the application knows how to read.
+    using ApiTagHandler = void (*)(void* apiTag);
+    static void SetApiTagHandler(ApiTagHandler handler);
+    static void RaiseForApiTag(void* apiTag);
+
+    LinkHost* m_pMainDlg = nullptr;
+    Dialog* m_pComParamDlg = nullptr;
+    Dialog* m_pUridDlg = nullptr;
+    Dialog* m_pIoCtlFilterDlg = nullptr;
     UNUM32 m_hMod = PDU_HANDLE_UNDEF;
     UNUM32 m_hCLL = PDU_HANDLE_UNDEF;
     UNUM32 m_resourceId = PDU_ID_UNDEF;
-    CQuillonDlg* m_pMainDlg = nullptr;
+    UNUM32 m_protocolId = 0;
+    UNUM32 m_busTypeId = 0;
+    uint8_t m_createFlags[4] = {0, 0, 0, 0};
+    std::string m_protocolName;
+    std::string m_busTypeName;
+    std::string m_pinsText;
+    std::string m_title;
+    // Read by the workers line by line, written by the dialog.
+    std::atomic<bool> m_screenDisabled{false};
+    // Bus type details the monitor dialogs read.
+    std::string m_busTypeDetail1;
+    std::string m_busTypeDetail2;
+    std::string m_busTypeDetail3;
+    uintptr_t m_hTimer = 0;
+    const unsigned m_timerId;
+
+protected:
+    static unsigned TimerIdOf(int templateId);
+    void MoveTo(int x, int y);
+    // The close's conversation with the library: false when the link is still online (the user
+    // is told so). The link is destroyed when it is offline, or kept when its status can't be read.
+    bool DestroyLinkForClose(T_PDU_ERROR& status);
+    // The PDU history in section "PDU" of the settings file.
+    void LoadPduHistory(controls::ComboBox& combo);
+    void SavePduHistory(controls::ComboBox& combo);
+    // What a close writes of the link and frees: history, URID table, ComParams, folder.
+    void SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params, const std::string& lastFolder);
+
+private:
+    bool m_tagRegistered = false;
 };
+
+// A link dialog in the shared ownership its workers and its event callback rely on.
+template <typename T, typename... Args>
+std::shared_ptr<T> MakeLinkDialog(Args&&... args)
+{
+    auto dialog = std::make_shared<T>(std::forward<Args>(args)...);
+    dialog->RegisterLinkTag();
+    return dialog;
+}

@@ -1,0 +1,152 @@
+#include "logical_link/CLinkBaseDlg.h"
+
+#include <mutex>
+#include <unordered_map>
+
+#include "logical_link/LinkHost.h"
+#include "logical_link/LinkResource.h"
+#include "pdu/PduApi.h"
+#include "platform/ProfileFile.h"
+
+namespace {
+
+// Never destroyed: a library may call back while the process ends.
+std::mutex& TagMutex()
+{
+    static auto* const mutex = new std::mutex;
+    return *mutex;
+}
+
+std::unordered_map<void*, std::weak_ptr<CLinkBaseDlg>>& Tags()
+{
+    static auto* const tags = new std::unordered_map<void*, std::weak_ptr<CLinkBaseDlg>>;
+    return *tags;
+}
+
+std::atomic<CLinkBaseDlg::ApiTagHandler> g_apiTagHandler{nullptr};
+
+}  // namespace
+
+void CLinkBaseDlg::SetApiTagHandler(ApiTagHandler handler)
+{
+    g_apiTagHandler = handler;
+}
+
+void CLinkBaseDlg::RaiseForApiTag(void* apiTag)
+{
+    if (const ApiTagHandler handler = g_apiTagHandler; handler && apiTag) handler(apiTag);
+}
+
+CLinkBaseDlg::CLinkBaseDlg(ui::Ui& ui, int templateId) : Dialog(ui, templateId, ""), m_timerId(TimerIdOf(templateId)) {}
+
+CLinkBaseDlg::~CLinkBaseDlg()
+{
+    if (!m_tagRegistered) return;
+    std::lock_guard lock(TagMutex());
+    Tags().erase(this);
+}
+
+unsigned CLinkBaseDlg::TimerIdOf(int templateId)
+{
+    switch (templateId) {
+    case IDD_LOLI_PLAIN: return 666;
+    case IDD_LOLI_KELDA: return 667;
+    default: return 668;
+    }
+}
+
+void CLinkBaseDlg::RegisterLinkTag()
+{
+    std::lock_guard lock(TagMutex());
+    Tags()[this] = weak_from_this();
+    m_tagRegistered = true;
+}
+
+std::shared_ptr<CLinkBaseDlg> CLinkBaseDlg::FromLinkTag(void* tag)
+{
+    if (!tag) return nullptr;
+    std::lock_guard lock(TagMutex());
+    const auto it = Tags().find(tag);
+    return it == Tags().end() ? nullptr : it->second.lock();
+}
+
+void CLinkBaseDlg::MoveTo(int x, int y)
+{
+    m_ui.MoveWindow(*this, x, y);
+}
+
+void CLinkBaseDlg::PlaceLeftOf(Dialog& reference)
+{
+    const ui::WindowRect ref = m_ui.GetWindowRect(reference);
+    MoveTo(ref.left - m_ui.GetWindowRect(*this).Width(), ref.top);
+}
+
+void CLinkBaseDlg::PlaceRightOf(Dialog& reference)
+{
+    const ui::WindowRect ref = m_ui.GetWindowRect(reference);
+    MoveTo(ref.right, ref.top);
+}
+
+void CLinkBaseDlg::PlaceLeftOfCenter(Dialog& reference)
+{
+    const ui::WindowRect ref = m_ui.GetWindowRect(reference);
+    MoveTo((ref.left + ref.right) / 2 - m_ui.GetWindowRect(*this).Width(), ref.top);
+}
+
+void CLinkBaseDlg::PlaceRightOfCenter(Dialog& reference)
+{
+    const ui::WindowRect ref = m_ui.GetWindowRect(reference);
+    MoveTo((ref.left + ref.right) / 2, ref.top);
+}
+
+bool CLinkBaseDlg::DestroyLinkForClose(T_PDU_ERROR& status)
+{
+    if (m_hMod == PDU_HANDLE_UNDEF) {
+        PduApi.PDUDestroyComLogicalLink(m_hMod, m_hCLL);
+        return true;
+    }
+    T_PDU_STATUS state = 0;
+    UNUM32 timestamp = 0, extra = 0;
+    status = PduApi.PDUGetStatus(m_hMod, m_hCLL, PDU_HANDLE_UNDEF, &state, &timestamp, &extra);
+    if (status == PDU_STATUS_NOERROR && state != PDU_CLLST_OFFLINE) {
+        m_ui.MessageBox("Logical-Link is online, disconnect the LoLi before close.", "", ui::MB_OK);
+        return false;
+    }
+    // A failed status read loses the handle without destroying the link, by design.
+    if (status == PDU_STATUS_NOERROR) PduApi.PDUDestroyComLogicalLink(m_hMod, m_hCLL);
+    return true;
+}
+
+void CLinkBaseDlg::LoadPduHistory(controls::ComboBox& combo)
+{
+    constexpr uint32_t kValueBuffer = 65536;
+    const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
+    for (int i = 0;; ++i) {
+        const std::string text = platform::ProfileFile::GetString(ini, "PDU", std::to_string(i), "", kValueBuffer);
+        if (text.empty()) break;
+        combo.AddString(text);
+    }
+}
+
+void CLinkBaseDlg::SavePduHistory(controls::ComboBox& combo)
+{
+    const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
+    for (int i = 0; i < combo.GetCount(); ++i) {
+        combo.SetCurSel(i);
+        const std::string text = combo.GetWindowText();
+        if (!text.empty()) platform::ProfileFile::WriteString(ini, "PDU", std::to_string(i).c_str(), text.c_str());
+    }
+}
+
+void CLinkBaseDlg::SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params,
+                                           const std::string& lastFolder)
+{
+    const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
+    SavePduHistory(pduCombo);
+    params.SaveUridTable(ini, m_protocolName);
+    params.m_uridTable.Clear();
+    params.SaveValues(ini, m_protocolName);
+    if (!lastFolder.empty())
+        platform::ProfileFile::WriteString(ini, "Directory", m_protocolName.c_str(), lastFolder.c_str());
+    params.FreeAll();
+}
