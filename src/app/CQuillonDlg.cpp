@@ -81,6 +81,11 @@ CQuillonDlg::CQuillonDlg(ui::Ui& ui, StartupOptions options)
 {
     RegisterControls();
     BindHandlers();
+    // The API tag of every callback is this dialog.
+    CLinkBaseDlg::SetApiTagHandler([](void* tag) {
+        auto* dlg = static_cast<CQuillonDlg*>(tag);
+        if (dlg->m_hModuleEventSem) dlg->m_hModuleEventSem->Release();
+    });
 }
 
 CQuillonDlg::~CQuillonDlg()
@@ -182,7 +187,10 @@ void CQuillonDlg::FlushLog()
 
 void CQuillonDlg::OnTimer(unsigned id)
 {
-    if (id == m_nTimerId) m_LogList.Flush();
+    if (id != m_nTimerId) return;
+    m_LogList.Flush();
+    // Link dialogs closed since the last tick go now, outside the handlers that closed them.
+    m_ClosedLinks.clear();
 }
 
 void CQuillonDlg::OnBnClickedClearLog()

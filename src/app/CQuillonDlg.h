@@ -12,7 +12,9 @@
 
 #include "app/CAboutDlg.h"
 #include "app/HistoryList.h"
+#include "app/ModuleLinkRegistry.h"
 #include "logical_link/CLinkBaseDlg.h"
+#include "logical_link/LinkHost.h"
 #include "service_dialogs/CBusMonitoringDlg.h"
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
@@ -61,7 +63,7 @@ struct StartupOptions {
     std::optional<std::string> executableDirectory;  // tests: where the program "lies"
 };
 
-class CQuillonDlg : public Dialog {
+class CQuillonDlg : public Dialog, public LinkHost {
 public:
     static constexpr unsigned kLogTimerId = 669;
     static constexpr unsigned kLogTimerPeriodMs = 50;
@@ -107,6 +109,7 @@ public:
     void OnCbnEditchangeCable();
     void OnCbnEditchangePins();
     void UpdateResourceSelection();
+    void ClearResourceSelection();
     void ShowResourceStatus(uint32_t hMod, uint32_t resourceId);
     static int ResourcePins(const ResourceInfo& resource, PinAssignment pins[4]);
     static std::string PinListText(const uint32_t* dlcPins, int count);
@@ -120,11 +123,22 @@ public:
     void ProcessModuleEvents();
     void ProcessSystemEvents();
 
-    // Links and service dialogs of later work.
-    void OnBnClickedOpenLoLi() {}
+    // Link launch.
+    void OnBnClickedOpenLoLi();
+    void OpenLoLiWithoutResource();
+    void OnBnClickedOpenLastLink();
+    void OnBnClickedHistoryMenu();
+    void OnLinkClosed(CLinkBaseDlg* dialog) override;
+
+    // What the link dialogs need of the main dialog.
+    std::recursive_mutex& GetPrintLock() override { return PrintLock; }
+    std::string GetIniPath() override { return m_IniPath; }
+    LinkComParams::Model GetDescriptionModel() override { return {&m_BusTypes, &m_Protocols, &m_ComParams}; }
+    std::vector<ErrorCodeInfo> CopyVendorErrors() override;
+    bool LinkWithoutComParamsAllowed() override { return m_bLinkWithoutResource; }
+
+    // Monitor links and service dialogs of later work.
     void OnBnClickedOpenMoLi() {}
-    void OnBnClickedOpenLastLink() {}
-    void OnBnClickedHistoryMenu() {}
     void OnBnClickedDoIpIoCtl() {}
     void OnBnClickedVciWlanStat() {}
     void OnBnClickedSetTracePath() {}
@@ -233,6 +247,12 @@ private:
     bool FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& record);
     void LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec& module);
     void StopEventThread();
+    std::shared_ptr<CLinkBaseDlg> CreateLinkDialog();
+    void FillLinkFields(CLinkBaseDlg& link);
+    bool CreateLink(const std::shared_ptr<CLinkBaseDlg>& link, const PduModuleRec* module, PDU_RSC_DATA* rscData,
+                    uint32_t resourceId);
+    void ShowLinkWindow(const std::shared_ptr<CLinkBaseDlg>& link, const std::string& moduleName);
+    bool ReplaySelect(controls::ComboBox& combo, const std::string& text, void (CQuillonDlg::*handler)());
     void ResetSelectionControls();
     void ClearWorkingTables();
     void FreeLibrary();
@@ -256,7 +276,7 @@ public:
     LinkSlot m_LinkSlots[kLinkSlotCount]{};
     int m_CurrentModuleIndex = 0;
     std::recursive_mutex PrintLock;
-    std::vector<std::pair<uint32_t, std::vector<uint32_t>>> m_ModuleLinkRegistry;
+    ModuleLinkRegistry m_ModuleLinkRegistry;
     std::atomic<T_PDU_ERROR> m_LastPduStatus{PDU_STATUS_NOERROR};  // written by the event thread too
     uint32_t m_SelectedResourceId = 0;
     std::vector<PduModuleRec> m_pPduModules;
@@ -271,6 +291,11 @@ public:
     std::string m_RootFilePath;
     std::string m_LibraryPath, m_MdfPath, m_CdfPath;
     std::vector<CLinkBaseDlg*> m_LinkDialogs;
+    // The link dialogs this dialog made; a closed one is let go after the handler that closed it.
+    std::vector<std::shared_ptr<CLinkBaseDlg>> m_OwnedLinks;
+    std::vector<std::shared_ptr<CLinkBaseDlg>> m_ClosedLinks;
+    bool m_bLinkWithoutResource = false;
+    bool m_bApiReplayed = false;
     bool m_bShowAllApis = false;
     bool m_bShowVendorName = false;
     bool m_bMonitorMode = false;

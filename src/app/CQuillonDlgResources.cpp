@@ -152,9 +152,22 @@ void CQuillonDlg::OnCbnSelchangeBustype()
             AddIfAbsent(m_CableCombo, text);
         }
     }
-    if (m_CableCombo.GetCount() == 0) return;
+    if (m_CableCombo.GetCount() == 0) {
+        ClearResourceSelection();
+        return;
+    }
     m_CableCombo.SetCurSel(SelectCableIndex(*m_pSelectedModule));
     OnCbnSelchangeCable();
+}
+
+// A chain that stops before the pins leaves no resource: "Open LoLi" must not take the one before.
+void CQuillonDlg::ClearResourceSelection()
+{
+    for (controls::Edit* e : {&m_ResourceShortNameEdit, &m_ResourceStatusEdit, &m_InfoProtocolEdit, &m_InfoBustypeEdit,
+                              &m_InfoPinsEdit})
+        e->SetWindowText("");
+    m_SelectedMdfResourceId = 0xFFFFFFFF;
+    m_SelectedResourceId = 0;
 }
 
 void CQuillonDlg::OnCbnSelchangeCable()
@@ -171,7 +184,10 @@ void CQuillonDlg::OnCbnSelchangeCable()
         int count = 0;
         if (MapPins(*r, m_pSelectedCable, dlc, count)) AddIfAbsent(m_PinsCombo, PinListText(dlc, count));
     }
-    if (m_PinsCombo.GetCount() == 0) return;
+    if (m_PinsCombo.GetCount() == 0) {
+        ClearResourceSelection();
+        return;
+    }
     int index = 0;
     if (m_PinsCombo.GetCount() > 1) {
         // The usual CAN pin pair is the preferred default.

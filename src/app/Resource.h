@@ -3,7 +3,7 @@
 
 enum : int {
     IDD_QUILLON_DIALOG = 100,
-    IDD_ABOUTBOX = 102,
+    IDD_ABOUTBOX = 110,  // 102 and 103 are the two logical link windows
     IDR_MAINFRAME = 101,
     IDB_BITMAP_BUTTON = 108,
 

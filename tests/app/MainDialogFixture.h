@@ -79,7 +79,7 @@ inline std::string FixtureLib(const std::string& name)
 // A link dialog that only knows its module and how to take itself out of the main dialog's list.
 class FakeLink : public CLinkBaseDlg {
 public:
-    FakeLink(ui::Ui& ui, CQuillonDlg& main, UNUM32 hMod) : CLinkBaseDlg(ui, 0, "LoLi")
+    FakeLink(ui::Ui& ui, CQuillonDlg& main, UNUM32 hMod) : CLinkBaseDlg(ui, 0), m_main(main)
     {
         m_hMod = hMod;
         m_pMainDlg = &main;
@@ -87,8 +87,9 @@ public:
     void CloseLink() override
     {
         closed = true;
-        auto& links = m_pMainDlg->m_LinkDialogs;
+        auto& links = m_main.m_LinkDialogs;
         links.erase(std::remove(links.begin(), links.end(), this), links.end());
     }
     bool closed = false;
+    CQuillonDlg& m_main;
 };
