@@ -91,9 +91,14 @@ int HeadlessUi::PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items)
     }
     m_out << std::endl;
     if (m_menuAnswers.empty()) return 0;
-    const int command = m_menuAnswers.front();
+    const MenuAnswer answer = m_menuAnswers.front();
     m_menuAnswers.pop_front();
-    return command;
+    if (answer.text.empty()) return answer.command;
+    for (const ui::MenuItem& item : items) {
+        if (item.command && item.text == answer.text) return item.command;
+    }
+    if (m_failure.empty()) m_failure = "menu: no item \"" + answer.text + "\"";
+    return 0;
 }
 
 bool HeadlessUi::SetTimer(Dialog& dialog, unsigned id, unsigned periodMs)
@@ -130,7 +135,13 @@ void HeadlessUi::QueueFileAnswer(std::optional<std::string> path)
 void HeadlessUi::QueueMenuAnswer(int command)
 {
     std::lock_guard lock(m_mutex);
-    m_menuAnswers.push_back(command);
+    m_menuAnswers.push_back(MenuAnswer{command, {}});
+}
+
+void HeadlessUi::QueueMenuText(const std::string& text)
+{
+    std::lock_guard lock(m_mutex);
+    m_menuAnswers.push_back(MenuAnswer{0, text});
 }
 
 void HeadlessUi::FireDueTimers()

@@ -39,6 +39,8 @@ public:
     void ExpectMessageBox(const std::string& text);
     void QueueFileAnswer(std::optional<std::string> path);
     void QueueMenuAnswer(int command);
+    // The answer named by the item's text; a menu without such an item fails the run.
+    void QueueMenuText(const std::string& text);
     void SetModalRunner(ModalRunner runner) { m_modalRunner = std::move(runner); }
 
     // Fires due timers until `duration` has passed, or until `until` answers true.
@@ -66,7 +68,11 @@ private:
     std::ostream& m_out;
     std::deque<std::string> m_expectedBoxes;
     std::deque<std::optional<std::string>> m_fileAnswers;
-    std::deque<int> m_menuAnswers;
+    struct MenuAnswer {
+        int command = 0;
+        std::string text;  // when set, the command of the item with this text
+    };
+    std::deque<MenuAnswer> m_menuAnswers;
     ModalRunner m_modalRunner;
     std::map<std::pair<Dialog*, unsigned>, Timer> m_timers;
     std::vector<Dialog*> m_windows;

@@ -137,8 +137,19 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
         return true;
     }
     if (cmd == "menu") {
-        if (w.size() < 2) return Fail("menu: a command id is needed");
-        m_ui.QueueMenuAnswer(std::atoi(w[1].c_str()));
+        if (w.size() < 2) return Fail("menu: an item text or id is needed");
+        const std::string item = Join(w, 1);
+        const bool number = item.find_first_not_of("0123456789") == std::string::npos;
+        if (number)
+            m_ui.QueueMenuAnswer(std::atoi(item.c_str()));
+        else
+            m_ui.QueueMenuText(item);
+        return true;
+    }
+    if (cmd == "close") {
+        Dialog* target = Target();
+        if (!target) return Fail("close: no window is open");
+        target->OnClose();
         return true;
     }
     if (cmd == "modal") return CmdModal(w);
@@ -185,6 +196,7 @@ bool ScriptDriver::CmdSelect(const std::vector<std::string>& w)
     const auto items = combo->Items();
     for (size_t i = 0; i < items.size(); ++i) {
         if (items[i].text == item) {
+            combo->UserFocus();  // a user's click puts the focus in the box first
             combo->UserSelect(static_cast<int>(i));
             return true;
         }
@@ -203,6 +215,7 @@ bool ScriptDriver::CmdType(const std::vector<std::string>& w)
         return true;
     }
     if (auto* combo = dynamic_cast<controls::ComboBox*>(c)) {
+        combo->UserFocus();
         combo->UserType(text);
         return true;
     }
