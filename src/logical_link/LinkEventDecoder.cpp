@@ -10,15 +10,12 @@ namespace {
 constexpr char kHexDigits[] = "0123456789abcdef";
 
 // " 0x%02x " without the cost of a format call: result data is the hot path of a busy link.
-void HexByte(LogLines& out, const char* before, uint8_t value, const char* after)
+void HexByte(LogLines& out, std::string_view before, uint8_t value, std::string_view after)
 {
-    char text[16];
-    size_t n = 0;
-    for (const char* p = before; *p; ++p) text[n++] = *p;
-    text[n++] = kHexDigits[value >> 4];
-    text[n++] = kHexDigits[value & 0xF];
-    for (const char* p = after; *p; ++p) text[n++] = *p;
-    out.Add(std::string_view(text, n));
+    out.Add(before);
+    const char digits[2] = {kHexDigits[value >> 4], kHexDigits[value & 0xF]};
+    out.Add(std::string_view(digits, 2));
+    out.Add(after);
 }
 
 // A flag byte that the item doesn't have reads as 0.

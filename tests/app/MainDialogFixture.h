@@ -71,6 +71,35 @@ protected:
     std::unique_ptr<CQuillonDlg> m_dlg;
 };
 
+// The main dialog on the built simulator, loaded through the root file the build writes (or one
+// a test writes), with the library chosen, the MDF parsed and the first module connected.
+class SimulatorFixture : public MainDialogFixture {
+protected:
+    void SetUp() override
+    {
+        MainDialogFixture::SetUp();
+        unsetenv("PDUSIM_FAULTS");
+        if (!std::filesystem::exists(m_root)) GTEST_SKIP() << "no simulator in this build";
+    }
+
+    void StartOnSimulator(std::vector<std::string> args = {}, const std::string& root = {})
+    {
+        StartupOptions options;
+        options.executableDirectory = ExeDir();
+        options.rootFilePath = root.empty() ? m_root : root;
+        options.arguments = std::move(args);
+        std::filesystem::create_directories(ExeDir());
+        m_dlg = std::make_unique<CQuillonDlg>(m_ui, options);
+        ASSERT_TRUE(m_dlg->OnInitDialog());
+        m_dlg->m_ApiCombo.UserSelect(m_dlg->m_ApiCombo.FindStringExact(-1, "MRVNE_PDUSIM"));
+        m_dlg->m_ParseMdfButton.Click();
+        m_dlg->m_ModuleConnectButton.Click();
+        ASSERT_EQ(m_dlg->m_ModuleCombo.GetCount(), 3);
+    }
+
+    const std::string m_root = std::string(QUILLON_RUNTIME_DIR) + "/pdu_api_root.xml";
+};
+
 inline std::string FixtureLib(const std::string& name)
 {
     return std::string("file://") + QUILLON_FIXTURE_LIB_DIR + "/" + name;

@@ -9,23 +9,12 @@
 namespace {
 
 
-class SimulatorChainTest : public MainDialogFixture {
+class SimulatorChainTest : public SimulatorFixture {
 protected:
     void SetUp() override
     {
-        MainDialogFixture::SetUp();
-        unsetenv("PDUSIM_FAULTS");
-        if (!std::filesystem::exists(m_root)) GTEST_SKIP() << "no simulator in this build";
-        StartupOptions options;
-        options.executableDirectory = ExeDir();
-        options.rootFilePath = m_root;
-        std::filesystem::create_directories(ExeDir());
-        m_dlg = std::make_unique<CQuillonDlg>(m_ui, options);
-        ASSERT_TRUE(m_dlg->OnInitDialog());
-        m_dlg->m_ApiCombo.UserSelect(m_dlg->m_ApiCombo.FindStringExact(-1, "MRVNE_PDUSIM"));
-        m_dlg->m_ParseMdfButton.Click();
-        m_dlg->m_ModuleConnectButton.Click();
-        ASSERT_EQ(m_dlg->m_ModuleCombo.GetCount(), 3);
+        SimulatorFixture::SetUp();
+        if (!IsSkipped()) StartOnSimulator();
     }
 
     void PlugIoCtl(const char* name, UNUM32 module)
@@ -38,8 +27,6 @@ protected:
         ASSERT_EQ(PduApi.PDUIoCtl(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, id, &in, &out), PDU_STATUS_NOERROR);
         if (out) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(out));
     }
-
-    const std::string m_root = std::string(QUILLON_RUNTIME_DIR) + "/pdu_api_root.xml";
 };
 
 }  // namespace
