@@ -65,6 +65,8 @@ public:
     void OnCancelComboFocus();
     void OnCancelComboCloseUp();
 
+    // One item into the log, as the receive thread does it.
+    LinkEventDecoder::Result ProcessEventItem(const LinkEventDecoder& decoder, const PDU_EVENT_ITEM& item, LogLines& lines);
     // One ComPrimitive from the fields; the handle, 0 when nothing was started.
     uint32_t StartComPrimitive(T_PDU_COPT type);
     void SignalSyncEvent();

@@ -33,7 +33,7 @@ void LoLiDialogKeldaPDUAPI::ReceiveLoop()
 {
     WorkerThread& worker = m_rxThread;
     worker.running = 1;
-    const std::shared_ptr<UIThread> uiThread = m_pUIThread;
+    const std::shared_ptr<UIThread> uiThread = m_pUIThread;  // held: the close may give up on us
     // Monitor and raw mode are read once, as the thread starts.
     const LinkEventDecoder decoder(LinkEventDecoder::Variant::Full, m_createFlags);
     m_rxSemaphore->Wait();
@@ -44,10 +44,8 @@ void LoLiDialogKeldaPDUAPI::ReceiveLoop()
         T_PDU_ERROR result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
         while (!worker.killed && result != PDU_ERR_EVENT_QUEUE_EMPTY && result != PDU_ERR_INVALID_HANDLE) {
             if (item) {
-                lines.Clear();
                 // An item the program doesn't know ends the thread; it isn't returned.
-                if (decoder.Decode(*item, *this, lines) == LinkEventDecoder::Result::UnknownItem) unknownItem = true;
-                if (uiThread) uiThread->PrintBatch(m_log, 0, lines.Text());
+                unknownItem = ProcessEventItem(decoder, *item, lines) == LinkEventDecoder::Result::UnknownItem;
                 if (unknownItem) break;
                 PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
             }
@@ -60,6 +58,15 @@ void LoLiDialogKeldaPDUAPI::ReceiveLoop()
     if (worker.killed) return;
     worker.running = 0;
     if (uiThread) uiThread->PostThreadMessage(UIThread::kQuitMessage, 1);
+}
+
+LinkEventDecoder::Result LoLiDialogKeldaPDUAPI::ProcessEventItem(const LinkEventDecoder& decoder,
+                                                                 const PDU_EVENT_ITEM& item, LogLines& lines)
+{
+    lines.Clear();
+    const LinkEventDecoder::Result result = decoder.Decode(item, *this, lines);
+    if (m_pUIThread) m_pUIThread->PrintBatch(m_log, 0, lines.Text());
+    return result;
 }
 
 bool LoLiDialogKeldaPDUAPI::TimestampEnabled()
