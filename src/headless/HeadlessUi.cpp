@@ -195,7 +195,15 @@ std::vector<Dialog*> HeadlessUi::Windows() const
 void HeadlessUi::PushWindow(Dialog& dialog)
 {
     std::lock_guard lock(m_mutex);
-    if (std::find(m_windows.begin(), m_windows.end(), &dialog) == m_windows.end()) m_windows.push_back(&dialog);
+    if (std::find(m_windows.begin(), m_windows.end(), &dialog) != m_windows.end()) return;
+    m_windows.push_back(&dialog);
+    ++m_windowsOpened;
+}
+
+uint64_t HeadlessUi::WindowsOpened() const
+{
+    std::lock_guard lock(m_mutex);
+    return m_windowsOpened;
 }
 
 void HeadlessUi::RemoveWindow(Dialog& dialog)

@@ -50,6 +50,8 @@ public:
 
     // Open windows, oldest first (modal ones included while they run).
     std::vector<Dialog*> Windows() const;
+    // Counts every window that opened; the newest one is the active window.
+    uint64_t WindowsOpened() const;
     void PushWindow(Dialog& dialog);
     void RemoveWindow(Dialog& dialog);
 
@@ -77,6 +79,7 @@ private:
     std::map<std::pair<Dialog*, unsigned>, Timer> m_timers;
     std::vector<Dialog*> m_windows;
     std::map<Dialog*, ui::WindowRect> m_frames;
+    uint64_t m_windowsOpened = 0;
     std::string m_failure;
     std::string m_clipboard;
     mutable std::mutex m_mutex;

@@ -77,14 +77,16 @@ int ScriptDriver::RunMain(Dialog& mainDialog)
 int ScriptDriver::RunModal(Dialog& dialog)
 {
     m_modals.push_back(&dialog);
+    // The window chosen before, unless one opened since: it is the target again afterwards.
+    Dialog* previous = m_chosen && m_ui.WindowsOpened() == m_openedWhenChosen ? m_chosen : nullptr;
     m_ui.PushWindow(dialog);
-    Dialog* previous = m_chosen;
     m_chosen = nullptr;
     if (dialog.OnInitDialog() && !dialog.IsEnded()) RunCommands(&dialog);
     if (!dialog.IsEnded()) dialog.EndDialog(ui::IDCANCEL);  // the script ran out
     m_ui.RemoveWindow(dialog);
     m_ui.ForgetDialog(dialog);
     m_chosen = previous;
+    m_openedWhenChosen = m_ui.WindowsOpened();
     m_modals.pop_back();
     return dialog.EndCode();
 }
@@ -107,6 +109,7 @@ void ScriptDriver::RunCommands(Dialog* modal)
 
 Dialog* ScriptDriver::Target()
 {
+    if (m_chosen && m_ui.WindowsOpened() != m_openedWhenChosen) m_chosen = nullptr;
     const auto windows = m_ui.Windows();
     if (m_chosen && std::find(windows.begin(), windows.end(), m_chosen) != windows.end()) return m_chosen;
     return windows.empty() ? nullptr : windows.back();
@@ -158,7 +161,8 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
         return true;
     }
     if (cmd == "waitlog") return CmdWaitLog(w);
-    if (cmd == "log") return CmdLog();
+    if (cmd == "waitfor") return CmdWaitFor(w);
+    if (cmd == "log") return CmdLog(w);
     if (cmd == "print") return CmdPrint(w);
     return Fail("unknown command \"" + cmd + "\"");
 }
@@ -249,6 +253,7 @@ bool ScriptDriver::CmdWindow(const std::vector<std::string>& w)
     for (Dialog* d : m_ui.Windows()) {
         if (d->GetWindowText().find(part) != std::string::npos) {
             m_chosen = d;
+            m_openedWhenChosen = m_ui.WindowsOpened();
             return true;
         }
     }
@@ -292,12 +297,49 @@ bool ScriptDriver::CmdWaitLog(const std::vector<std::string>& w)
     return matches() ? true : Fail("waitlog: no row matching \"" + w[1] + "\" within " + std::to_string(ms) + " ms");
 }
 
-bool ScriptDriver::CmdLog()
+namespace {
+
+// What "print" shows of a control, without its name.
+std::string ValueOf(const controls::Control& c)
+{
+    if (auto* combo = dynamic_cast<const controls::ComboBox*>(&c)) {
+        const int sel = combo->GetCurSel();
+        return sel >= 0 ? combo->GetLBText(sel) : combo->GetWindowText();
+    }
+    if (auto* edit = dynamic_cast<const controls::Edit*>(&c)) return edit->GetWindowText();
+    if (auto* box = dynamic_cast<const controls::CheckBox*>(&c)) return std::to_string(box->GetCheck());
+    return {};
+}
+
+}  // namespace
+
+bool ScriptDriver::CmdWaitFor(const std::vector<std::string>& w)
+{
+    if (w.size() < 3) return Fail("waitfor: a control and a value are needed");
+    const int ms = w.size() > 3 ? std::atoi(w[3].c_str()) : kDefaultWaitLogMs;
+    controls::Control* c = FindNamed(Target(), w[1]);
+    if (!c) return Fail("waitfor: no control \"" + w[1] + "\"");
+    const auto reached = [&] { return ValueOf(*c) == w[2]; };
+    m_ui.Pump(std::chrono::milliseconds(ms), reached);
+    return reached() ? true
+                     : Fail("waitfor: \"" + w[1] + "\" shows \"" + ValueOf(*c) + "\", not \"" + w[2] + "\" within " +
+                            std::to_string(ms) + " ms");
+}
+
+bool ScriptDriver::CmdLog(const std::vector<std::string>& w)
 {
     Dialog* target = Target();
     controls::PrintListCtrl* log = target ? target->LogList() : nullptr;
     if (!log) return Fail("log: the window has no log");
-    for (const std::string& row : log->Rows()) m_out << row << "\n";
+    std::regex pattern;
+    try {
+        if (w.size() > 1) pattern = std::regex(w[1]);
+    } catch (const std::regex_error&) {
+        return Fail("log: bad pattern \"" + w[1] + "\"");
+    }
+    for (const std::string& row : log->Rows()) {
+        if (w.size() < 2 || std::regex_search(row, pattern)) m_out << row << "\n";
+    }
     m_out.flush();
     return true;
 }

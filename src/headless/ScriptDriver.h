@@ -43,7 +43,8 @@ private:
     bool CmdWindow(const std::vector<std::string>& w);
     bool CmdModal(const std::vector<std::string>& w);
     bool CmdWaitLog(const std::vector<std::string>& w);
-    bool CmdLog();
+    bool CmdWaitFor(const std::vector<std::string>& w);
+    bool CmdLog(const std::vector<std::string>& w);
     bool CmdPrint(const std::vector<std::string>& w);
 
     HeadlessUi& m_ui;
@@ -51,6 +52,7 @@ private:
     std::vector<std::string> m_lines;
     size_t m_next = 0;
     Dialog* m_chosen = nullptr;
+    uint64_t m_openedWhenChosen = 0;  // a window opened since then takes over as the target
     std::vector<Dialog*> m_modals;  // the modal dialogs running, innermost last
     bool m_failed = false;
 };

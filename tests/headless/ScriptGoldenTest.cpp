@@ -1,11 +1,14 @@
 // The scripts in scripts/ run in quillon-cli against the simulator; their whole output must equal
 // the .expected file beside them (the build folder written as @BIN@). A script's "# env:" and
-// "# args:" lines give the simulator's environment and the program's arguments.
+// "# args:" lines give the simulator's environment and the program's arguments; a "# mask:"
+// regex replaces what its matches hold behind their first group by "#" (times that differ from
+// run to run); "# ini:" is the settings file the run starts from.
 // QUILLON_UPDATE_GOLDEN=1 writes the .expected files instead of comparing.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <filesystem>
+#include <regex>
 
 #include "../support/TempDir.h"
 
@@ -34,7 +37,12 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     TempDir dir;
     const std::string script = ReadWholeFile(scriptPath);
     const std::string env = HeaderValue(script, "env");
-    const std::string command = "env -u PDUSIM_FAULTS -u PDUSIM_MDF " + env + " " + QUILLON_RUNTIME_DIR +
+    // "# ini:" is the settings file the run starts from, "\n" for its line ends.
+    if (const std::string ini = HeaderValue(script, "ini"); !ini.empty()) dir.Write("Quillon.ini", ReplaceAll(ini, "\\n", "\n"));
+    // Each script's Sync waits stay its own, whatever runs beside it.
+    const std::string name = std::filesystem::path(scriptPath).stem().string();
+    const std::string command = "env -u PDUSIM_FAULTS -u PDUSIM_MDF QUILLON_EVENT_NAMESPACE=golden_" + name + " " + env +
+                                " " + QUILLON_RUNTIME_DIR +
                                 "/quillon-cli --ini '" + dir.File("Quillon.ini") + "' --root '" + QUILLON_RUNTIME_DIR +
                                 "/pdu_api_root.xml' " + HeaderValue(script, "args") + " '" + scriptPath + "' 2>&1";
     std::string output;
@@ -44,7 +52,10 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
     const int status = pclose(pipe);
     exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return ReplaceAll(output, QUILLON_RUNTIME_DIR, "@BIN@");
+    output = ReplaceAll(output, QUILLON_RUNTIME_DIR, "@BIN@");
+    const std::string mask = HeaderValue(script, "mask");
+    if (!mask.empty()) output = std::regex_replace(output, std::regex(mask), "$1#");
+    return output;
 }
 
 std::vector<std::string> Scripts()
