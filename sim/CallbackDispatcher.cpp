@@ -1,5 +1,7 @@
 #include "CallbackDispatcher.h"
 
+#include <algorithm>
+
 namespace pdusim {
 
 CallbackDispatcher::CallbackDispatcher() : m_state(std::make_shared<State>()) {
@@ -17,26 +19,63 @@ CallbackDispatcher::~CallbackDispatcher() {
     else m_thread.join();
 }
 
+bool CallbackDispatcher::Matches(const CallbackCall& call, uint32_t hMod, uint32_t hCLL) {
+    if (call.hMod != hMod) return false;
+    return hCLL == kAnyLink ? call.hCLL != PDU_HANDLE_UNDEF : call.hCLL == hCLL;
+}
+
 void CallbackDispatcher::Post(const CallbackCall& call) {
     if (call.callback == nullptr) return;
     {
         std::lock_guard<std::mutex> lock(m_state->mutex);
         if (m_state->stop) return;
+        const bool waiting = std::any_of(m_state->calls.begin(), m_state->calls.end(), [&](const CallbackCall& c) {
+            return c.callback == call.callback && c.eventType == call.eventType && c.hMod == call.hMod &&
+                   c.hCLL == call.hCLL && c.cllTag == call.cllTag;
+        });
+        if (waiting) return;
         m_state->calls.push_back(call);
     }
     m_state->wake.notify_one();
 }
 
+CallbackDispatcher::Fence CallbackDispatcher::Forget(uint32_t hMod, uint32_t hCLL) {
+    {
+        std::lock_guard<std::mutex> lock(m_state->mutex);
+        auto& calls = m_state->calls;
+        calls.erase(std::remove_if(calls.begin(), calls.end(),
+                                   [&](const CallbackCall& c) { return Matches(c, hMod, hCLL); }),
+                    calls.end());
+    }
+    Fence fence;
+    fence.m_state = m_state;
+    fence.m_hMod = hMod;
+    fence.m_hCLL = hCLL;
+    return fence;
+}
+
+void CallbackDispatcher::Fence::Wait() const {
+    if (m_state == nullptr) return;
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    if (m_state->thread == std::this_thread::get_id()) return;
+    m_state->idle.wait(lock, [&] { return !m_state->running || !Matches(m_state->current, m_hMod, m_hCLL); });
+}
+
 void CallbackDispatcher::Run(std::shared_ptr<State> state) {
     std::unique_lock<std::mutex> lock(state->mutex);
+    state->thread = std::this_thread::get_id();
     for (;;) {
         state->wake.wait(lock, [&] { return state->stop || !state->calls.empty(); });
         if (state->stop) return;
-        const CallbackCall call = state->calls.front();
+        state->current = state->calls.front();
         state->calls.pop_front();
+        state->running = true;
+        const CallbackCall call = state->current;
         lock.unlock();
         call.callback(call.eventType, call.hMod, call.hCLL, call.cllTag, call.apiTag);
         lock.lock();
+        state->running = false;
+        state->idle.notify_all();
     }
 }
 

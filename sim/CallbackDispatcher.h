@@ -23,21 +23,48 @@ struct CallbackCall {
 };
 
 class CallbackDispatcher {
+    struct State;
+
 public:
+    // Matches every link of a module in Forget.
+    static constexpr uint32_t kAnyLink = PDU_ID_UNDEF;
+
+    // Lets a caller wait, with the library's lock released, until no callback of a queue runs.
+    class Fence {
+    public:
+        Fence() = default;
+        // Returns at once on the dispatcher's own thread: a callback may end its own link.
+        void Wait() const;
+
+    private:
+        friend class CallbackDispatcher;
+        std::shared_ptr<State> m_state;
+        uint32_t m_hMod = PDU_HANDLE_UNDEF;
+        uint32_t m_hCLL = PDU_HANDLE_UNDEF;
+    };
+
     CallbackDispatcher();
     ~CallbackDispatcher();  // stops; detaches instead of joining when called from a callback
     CallbackDispatcher(const CallbackDispatcher&) = delete;
     CallbackDispatcher& operator=(const CallbackDispatcher&) = delete;
 
+    // A call equal to one still waiting is left out: the waiting one tells the host the same.
     void Post(const CallbackCall& call);
+    // Drops the waiting calls of a queue (a destroyed link, a callback replaced).
+    Fence Forget(uint32_t hMod, uint32_t hCLL);
 
 private:
     struct State {
         std::mutex mutex;
         std::condition_variable wake;
+        std::condition_variable idle;
         std::deque<CallbackCall> calls;
         bool stop = false;
+        bool running = false;
+        CallbackCall current;
+        std::thread::id thread;
     };
+    static bool Matches(const CallbackCall& call, uint32_t hMod, uint32_t hCLL);
     static void Run(std::shared_ptr<State> state);
 
     std::shared_ptr<State> m_state;

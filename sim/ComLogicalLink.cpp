@@ -1,10 +1,9 @@
 #include "ComLogicalLink.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "ItemFactory.h"
 #include "ItemStore.h"
+#include "vehicle/RawCanNode.h"
 
 namespace pdusim {
 namespace {
@@ -18,7 +17,22 @@ constexpr size_t kEndedCopMemory = 1024;
 constexpr uint32_t kDefaultUrid = 1;
 constexpr uint32_t kCanExtendedMark = 0x80000000;  // bit 31 marks a 29-bit id, as the vehicle reads it
 constexpr uint32_t kCanIdMask = 0x1FFFFFFF;
+constexpr uint32_t kLargest11BitId = 0x7FF;
 constexpr uint32_t kMinTesterPresentUs = 1000;    // so a zero time cannot spin the scheduler
+constexpr uint32_t kDefaultCanBaud = 500000;
+constexpr uint32_t kDefaultKLineBaud = 10400;
+// A monitor that fell this far behind the bus (a host holding the lock) skips traffic periods.
+constexpr auto kTrafficCatchUp = std::chrono::seconds(1);
+// While the host is behind, a back-to-back cyclic ComPrimitive runs a cycle a millisecond: its
+// items still overflow the queue (DATA_LOST), but the library does not spin.
+constexpr auto kFullQueuePause = milliseconds(1);
+
+// RxFlag bits
+constexpr uint8_t kRx29BitId = 0x01;          // byte 2
+constexpr uint8_t kRxSegmented = 0x40;        // byte 3 ...
+constexpr uint8_t kRxTxDone = 0x08;
+constexpr uint8_t kRxStartOfMessage = 0x02;
+constexpr uint8_t kRxTransmitted = 0x01;
 
 VehicleBus BusOf(const std::string& protocol) {
     if (protocol.find("13400") != std::string::npos) return VehicleBus::Ethernet;
@@ -36,9 +50,28 @@ bool IsPositive(const std::vector<uint8_t>& data) { return !data.empty() && data
 
 bool IsUudtFilter(uint32_t type) { return type == PDU_FLT_PASS_UUDT || type == PDU_FLT_BLOCK_UUDT; }
 
+bool IsExtendedId(uint32_t id) { return (id & kCanExtendedMark) != 0 || (id & kCanIdMask) > kLargest11BitId; }
+
 std::vector<uint8_t> BigEndian32(uint32_t value) {
     return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
             static_cast<uint8_t>(value)};
+}
+
+std::vector<uint8_t> FrameBytes(const BusFrame& frame) {
+    std::vector<uint8_t> bytes = BigEndian32(frame.id);
+    bytes.insert(bytes.end(), frame.data.begin(), frame.data.end());
+    return bytes;
+}
+
+// A raw frame as the host writes it (4-byte id, then 0 to 8 bytes); none when no CAN bus could carry it.
+std::optional<BusFrame> RawFrame(const std::vector<uint8_t>& bytes) {
+    const std::optional<RawCanNode::Frame> parsed = RawCanNode::Parse(bytes);
+    if (!parsed) return std::nullopt;
+    BusFrame frame;
+    frame.id = parsed->id & kCanIdMask;
+    frame.extended = IsExtendedId(parsed->id);
+    frame.data = parsed->data;
+    return frame;
 }
 
 const char* RespSourceParamOf(VehicleBus bus) {
@@ -47,6 +80,19 @@ const char* RespSourceParamOf(VehicleBus bus) {
         case VehicleBus::Ethernet: return "CP_DoIPLogicalEcuAddress";
         default: return "CP_CanRespUSDTId";
     }
+}
+
+std::vector<uint32_t> PinNumbers(const MdfResource& resource) {
+    std::vector<uint32_t> pins;
+    for (const MdfPin& pin : resource.pins) pins.push_back(pin.pin);
+    std::sort(pins.begin(), pins.end());
+    return pins;
+}
+
+// Header bytes of a K-Line message besides the format byte: 3, or 4 with a length byte of its own.
+size_t KLineOverhead(KLineFormat format, size_t dataBytes) {
+    const size_t header = format == KLineFormat::Kwp2000 && dataBytes > 63 ? 4 : 3;
+    return header + 1;  // and the checksum
 }
 
 }  // namespace
@@ -58,6 +104,8 @@ ComLogicalLink::ComLogicalLink(uint32_t handle, SimModule& module, const MdfReso
     const MdfProtocol* busType = catalog.FindBusType(resource.busTypeId);
     m_protocolName = protocol != nullptr ? protocol->name : std::string();
     m_bus = BusOf(m_protocolName);
+    if (busType != nullptr && busType->name == "ISO_9141_2_UART") m_kLineFormat = KLineFormat::Iso9141;
+    m_monitor = m_protocolName == "ISO_11898_RAW" && m_createFlags.size() > 3 && m_createFlags[3] == 1;
     // Bus type defaults first: they rule the physical layer over the protocol's own.
     for (const MdfProtocol* source : {busType, protocol}) {
         if (source == nullptr) continue;
@@ -75,11 +123,29 @@ ComLogicalLink::ComLogicalLink(uint32_t handle, SimModule& module, const MdfReso
     if (!entry.params.empty()) m_urids.push_back(entry);
 }
 
+bool ComLogicalLink::SharesCanBus(const ComLogicalLink& other) const {
+    return m_bus == VehicleBus::Can && other.m_bus == VehicleBus::Can && &m_module == &other.m_module &&
+           m_resource.busTypeId == other.m_resource.busTypeId && PinNumbers(m_resource) == PinNumbers(other.m_resource);
+}
+
+uint32_t ComLogicalLink::Baud() const {
+    return Param(m_active, "CP_Baudrate", m_bus == VehicleBus::KLine ? kDefaultKLineBaud : kDefaultCanBaud);
+}
+
+uint32_t ComLogicalLink::WireBaud(const LinkContext& context) const { return context.IdealBus() ? 0 : Baud(); }
+
 void ComLogicalLink::SetState(T_PDU_STATUS state, LinkContext& context) {
     if (m_state == state) return;
+    const T_PDU_STATUS previous = m_state;
     m_state = state;
-    context.Emit(*this, ItemFactory::Status(PDU_HANDLE_UNDEF, nullptr, context.Stamp(std::chrono::steady_clock::now()),
-                                            state));
+    const SteadyTime now = std::chrono::steady_clock::now();
+    if (m_monitor && previous == PDU_CLLST_OFFLINE) {
+        m_connectedAt = now;
+        m_trafficEpoch = context.TrafficEpoch();
+        m_nextTrafficPeriod = TrafficPeriodAt(now) + 1;
+    }
+    if (state == PDU_CLLST_OFFLINE) m_busFrames.clear();
+    context.Emit(*this, ItemFactory::Status(PDU_HANDLE_UNDEF, nullptr, context.Stamp(now), state));
 }
 
 void ComLogicalLink::CancelAll(LinkContext& context) {
@@ -155,7 +221,7 @@ T_PDU_ERROR ComLogicalLink::SetUridTable(const PDU_UNIQUE_RESP_ID_TABLE_ITEM& ta
 }
 
 T_PDU_ERROR ComLogicalLink::Start(T_PDU_COPT type, const std::vector<uint8_t>& data, const PDU_COP_CTRL_DATA* control,
-                                  void* tag, uint32_t handle) {
+                                  void* tag, uint32_t handle, LinkContext& context) {
     auto cop = std::make_shared<ComPrimitive>();
     cop->handle = handle;
     cop->type = type;
@@ -198,7 +264,11 @@ T_PDU_ERROR ComLogicalLink::Start(T_PDU_COPT type, const std::vector<uint8_t>& d
     cop->params = temporary ? m_working : m_active;
     if (temporary) m_working = m_active;
     cop->background = type == PDU_COPT_SENDRECV && (cop->sendCycles == -1 || cop->receiveCycles == -1);
+    const bool queuedBehind =
+        !cop->background && std::any_of(m_cops.begin(), m_cops.end(), [](const auto& c) { return !c->done && !c->background; });
     m_cops.push_back(cop);
+    if (m_txSuspended || queuedBehind)
+        context.Emit(*this, ItemFactory::Status(handle, tag, context.Stamp(std::chrono::steady_clock::now()), PDU_COPST_IDLE));
     return PDU_STATUS_NOERROR;
 }
 
@@ -237,10 +307,32 @@ bool ComLogicalLink::ChangesPhysicalParams() const {
     return false;
 }
 
+bool ComLogicalLink::AdoptPhysicalParam(const ParamChange& change) {
+    const auto active = m_active.find(change.after.Id());
+    if (active == m_active.end()) return false;
+    const auto working = m_working.find(change.after.Id());
+    if (working != m_working.end() && working->second == active->second) working->second = change.after;
+    active->second = change.after;
+    return true;
+}
+
+void ComLogicalLink::HearBusFrames(const std::vector<BusFrame>& frames) {
+    if (!m_monitor || m_state == PDU_CLLST_OFFLINE) return;
+    for (const BusFrame& frame : frames)
+        if (frame.end >= m_connectedAt) m_busFrames.emplace(frame.end, frame);
+}
+
 void ComLogicalLink::ClearTxQueue(LinkContext& context) {
     const SteadyTime now = std::chrono::steady_clock::now();
     for (auto& cop : m_cops)
         if (!cop->started && !cop->done) Finish(*cop, PDU_COPST_CANCELLED, now, context);
+}
+
+// Foreground ComPrimitives run one after another; cyclic and endless ones beside them. A
+// suspended queue starts nothing new.
+bool ComLogicalLink::Runnable(const ComPrimitive& cop, bool foregroundSeen) const {
+    if (cop.background) return cop.started || !m_txSuspended;
+    return !foregroundSeen && (cop.started || !m_txSuspended);
 }
 
 std::optional<SteadyTime> ComLogicalLink::NextDue() const {
@@ -248,7 +340,7 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
     bool foregroundSeen = false;
     for (const auto& cop : m_cops) {
         if (cop->done) return std::chrono::steady_clock::now();  // to be swept
-        const bool runnable = cop->background || (!foregroundSeen && (cop->started || !m_txSuspended));
+        const bool runnable = Runnable(*cop, foregroundSeen);
         if (!cop->background) foregroundSeen = true;
         if (runnable) next = std::min(next, cop->started ? cop->nextAction : SteadyTime{});
     }
@@ -256,14 +348,22 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
         next = std::min(next, m_testerPresentDue == kNever ? SteadyTime{} : m_testerPresentDue);
         if (!m_testerPresentAnswers.empty()) next = std::min(next, m_testerPresentAnswers.front().due);
     }
+    if (m_monitor && m_state != PDU_CLLST_OFFLINE) {
+        next = std::min(next, TrafficDue(m_nextTrafficPeriod));
+        if (!m_busFrames.empty()) next = std::min(next, m_busFrames.begin()->first);
+    }
     if (next == kNever) return std::nullopt;
     return next;
 }
 
-void ComLogicalLink::Run(SteadyTime now, LinkContext& context) {
-    for (int guard = 0; guard < 10000 && RunOnce(now, context); ++guard) {
+void ComLogicalLink::Run(LinkContext& context, SteadyTime budgetEnd) {
+    SteadyTime now = std::chrono::steady_clock::now();
+    while (RunOnce(now, context)) {
+        now = std::chrono::steady_clock::now();
+        if (now >= budgetEnd) break;
     }
     RunTesterPresent(now, context);
+    if (m_monitor) RunMonitor(now, context);
     for (const auto& cop : m_cops)
         if (cop->done) {
             if (m_endedCops.size() >= kEndedCopMemory) m_endedCops.erase(m_endedCops.begin());
@@ -279,12 +379,11 @@ bool ComLogicalLink::RunOnce(SteadyTime now, LinkContext& context) {
     const auto cops = m_cops;  // a step may not add, but keep the walk stable
     for (const auto& cop : cops) {
         if (cop->done) continue;
-        const bool runnable = cop->background || (!foregroundSeen && (cop->started || !m_txSuspended));
+        const bool runnable = Runnable(*cop, foregroundSeen);
         if (!cop->background) foregroundSeen = true;
         if (!runnable || (cop->started && cop->nextAction > now)) continue;
         Step(*cop, now, context);
         progressed = true;
-        if (!cop->background && !cop->done) foregroundSeen = true;
     }
     return progressed;
 }
@@ -303,7 +402,7 @@ void ComLogicalLink::Step(ComPrimitive& cop, SteadyTime now, LinkContext& contex
             else StepSendRecv(cop, now, context);
             break;
         case PDU_COPT_UPDATEPARAM:
-            m_active = m_working;
+            ActivateWorkingSet(context);
             Finish(cop, PDU_COPST_FINISHED, now, context);
             break;
         case PDU_COPT_RESTORE_PARAM:
@@ -316,10 +415,26 @@ void ComLogicalLink::Step(ComPrimitive& cop, SteadyTime now, LinkContext& contex
 
 void ComLogicalLink::Begin(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
     cop.started = true;
-    cop.status = PDU_COPST_EXECUTING;
-    context.Emit(*this, ItemFactory::Status(cop.handle, cop.tag, context.Stamp(now), PDU_COPST_EXECUTING));
+    SetCopStatus(cop, PDU_COPST_EXECUTING, now, context);
     cop.nextAction = cop.type == PDU_COPT_DELAY ? now + milliseconds(cop.timeMs) : now;
-    if (IsRaw()) cop.trafficPeriod = kTrafficPeriodMs;
+    // A monitor link hears the traffic itself and hands it to its receiving ComPrimitives.
+    if (IsRaw() && !m_monitor) cop.trafficPeriod = kTrafficPeriodMs;
+}
+
+void ComLogicalLink::SetCopStatus(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime now, LinkContext& context) {
+    cop.status = status;
+    context.Emit(*this, ItemFactory::Status(cop.handle, cop.tag, context.Stamp(now), status));
+}
+
+void ComLogicalLink::ActivateWorkingSet(LinkContext& context) {
+    std::vector<ParamChange> changes;
+    for (const auto& [id, value] : m_working) {
+        if (value.Class() != PDU_PC_BUSTYPE) continue;
+        const auto active = m_active.find(id);
+        if (active != m_active.end() && !(active->second == value)) changes.push_back({active->second, value});
+    }
+    m_active = m_working;
+    if (!changes.empty()) context.PhysicalParamsChanged(*this, changes);
 }
 
 void ComLogicalLink::StepSendRecv(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
@@ -329,7 +444,11 @@ void ComLogicalLink::StepSendRecv(ComPrimitive& cop, SteadyTime now, LinkContext
             cop.deadline = kNever;
             cop.nextTraffic = now;
         } else {
-            Send(cop, now, context);
+            if (!Send(cop, now, context)) {  // no bus can carry it
+                EmitError(cop, PDU_ERR_EVT_TX_ERROR, 0, now, context);
+                CycleComplete(cop, now, context);
+                return;
+            }
             if (cop.receiveCycles == 0) {
                 CycleComplete(cop, now, context);
                 return;
@@ -339,32 +458,52 @@ void ComLogicalLink::StepSendRecv(ComPrimitive& cop, SteadyTime now, LinkContext
     ReceiveDue(cop, now, context);
 }
 
-void ComLogicalLink::Send(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
+bool ComLogicalLink::Send(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
+    if (cop.status == PDU_COPST_WAITING) SetCopStatus(cop, PDU_COPST_EXECUTING, now, context);
     cop.cycleStart = now;
-    cop.sendsDone++;
+    cop.sendsDone++;  // a send that fails counts as well: the cycle is over
     cop.receivedThisCycle = 0;
-    cop.txDoneTimestamp = context.Stamp(now);
+    cop.unexpectedThisCycle = false;
+    std::optional<BusFrame> own;
+    if (IsRaw()) {
+        own = RawFrame(cop.data);
+        if (!own) return false;
+    }
+    const VehicleRequest request = BuildRequest(cop.params, cop.data, cop.Can29Bit());
+    const bool watched = m_bus == VehicleBus::Can && context.CanBusWatched(*this);
+    std::vector<BusFrame> frames;
+    cop.txDone = now + microseconds(RequestWire(cop.params, request, now, context, watched ? &frames : nullptr));
+    cop.txDoneValid = true;
     cop.awaiting = true;
     const uint32_t p2Max = Param(cop.params, "CP_P2Max", 150000);
-    cop.deadline = cop.receiveCycles == -1 ? kNever : now + microseconds(p2Max);
+    cop.deadline = cop.receiveCycles == -1 ? kNever : cop.txDone + microseconds(p2Max);
     cop.nextTraffic = now + milliseconds(cop.trafficPeriod);
     // A tester present sent "when the bus is idle" waits a full period after any request.
     if (TesterPresentEnabled() && Param(m_active, "CP_TesterPresentSendType", 1) == 1)
         m_testerPresentDue = TesterPresentPeriodEnd(now);
-    SteadyTime due = now;
-    for (VehicleResponse& response : context.TheVehicle().Request(BuildRequest(cop.params, cop.data, cop.Can29Bit()))) {
-        due += microseconds(response.delayUs);
-        cop.pending.push_back({due, std::move(response)});
+    if (m_monitor) {
+        own->start = now;
+        own->end = cop.txDone;
+        EmitFrame(*own, &cop, true, nullptr, context);
     }
+    // Answers follow the end of the request; each takes its own time on the bus.
+    SteadyTime cursor = cop.txDone;
+    for (VehicleResponse& response : context.TheVehicle().Request(request)) {
+        const SteadyTime start = cursor + microseconds(response.delayUs);
+        cursor = start + microseconds(ResponseWire(cop.params, response, start, context, watched ? &frames : nullptr));
+        cop.pending.push_back({start, cursor, std::move(response)});
+    }
+    if (!frames.empty()) context.OnCanBus(*this, frames);
+    return true;
 }
 
 void ComLogicalLink::ReceiveDue(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
-    if (cop.trafficPeriod != 0 && (cop.sendCycles == 0 || cop.receiveCycles == -1) && now >= cop.nextTraffic)
-        FeedBusTraffic(cop, now, context);
+    if (cop.trafficPeriod != 0 && TakesBusFrames(cop) && now >= cop.nextTraffic) FeedBusTraffic(cop, now, context);
+    IndicateStarts(cop, now, context);
     while (!cop.pending.empty() && cop.pending.front().due <= now && !cop.done) {
         const PendingResponse response = std::move(cop.pending.front());
         cop.pending.pop_front();
-        if (response.due > cop.deadline) continue;  // too late: the time-out came first
+        if (response.start > cop.deadline) continue;  // too late: the time-out came first
         if (IsResponsePending(response.response.data) && Param(cop.params, "CP_RC78Handling", 2) != 0) {
             cop.deadline = response.due + microseconds(Param(cop.params, "CP_P2Star", 5050000));
             continue;
@@ -379,17 +518,46 @@ void ComLogicalLink::ReceiveDue(ComPrimitive& cop, SteadyTime now, LinkContext& 
         }
     }
     const bool moreSends = cop.sendCycles == -1 || cop.sendsDone < cop.sendCycles;
+    // An answer that began before the time-out counts, however long it takes.
+    const bool arriving = std::any_of(cop.pending.begin(), cop.pending.end(),
+                                      [&](const PendingResponse& p) { return p.start <= cop.deadline; });
     if (cop.receiveCycles == -1 && cop.sendCycles != 0 && moreSends &&
         now >= cop.cycleStart + milliseconds(std::max<uint32_t>(cop.timeMs, 1))) {
-        Send(cop, now, context);  // endless receive keeps the cyclic sends going
-    } else if (now >= cop.deadline) {
+        if (!Send(cop, now, context)) EmitError(cop, PDU_ERR_EVT_TX_ERROR, 0, now, context);  // endless receive keeps the cyclic sends going
+    } else if (now >= cop.deadline && !arriving) {
         // With the positive answer suppressed, silence is the expected outcome.
-        if (!(cop.receiveCycles == -2 && cop.receivedThisCycle > 0) && !cop.SuppressPositive())
-            EmitError(cop, PDU_ERR_EVT_RX_TIMEOUT, 0, now, context);
+        if (!(cop.receiveCycles == -2 && cop.receivedThisCycle > 0) && !cop.SuppressPositive()) EmitTimeout(cop, now, context);
         CycleComplete(cop, now, context);
         return;
     }
     ScheduleNext(cop);
+}
+
+// With CP_StartMsgIndEnable the host hears of a message when its first frame (CAN) or first
+// byte (K-Line) arrives, before the message is complete.
+void ComLogicalLink::IndicateStarts(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
+    if (IsRaw() || m_bus == VehicleBus::Ethernet || Param(cop.params, "CP_StartMsgIndEnable", 0) == 0) return;
+    for (PendingResponse& pending : cop.pending) {
+        if (pending.indicated || pending.start > now) continue;
+        pending.indicated = true;
+        const VehicleResponse& response = pending.response;
+        if (pending.start > cop.deadline || (m_bus == VehicleBus::Can && !response.segmented)) continue;
+        bool known = true;
+        const uint32_t urid = ResponseUrid(cop, response.sourceAddress, known);
+        if (!known || !PassesFilters(FilterView(response))) continue;
+        ResultContent content;
+        content.hCop = cop.handle;
+        content.copTag = cop.tag;
+        content.timestamp = context.Stamp(pending.start);
+        content.uniqueRespId = urid;
+        content.rxFlags[3] |= kRxStartOfMessage;
+        if (m_bus == VehicleBus::Can && IsExtendedId(response.sourceAddress)) content.rxFlags[2] |= kRx29BitId;
+        content.timestampFlags = kStartMsgValid | (cop.txDoneValid ? kTxDoneValid : 0);
+        content.txDoneTimestamp = cop.txDoneValid ? context.Stamp(cop.txDone) : 0;
+        content.startMsgTimestamp = content.timestamp;
+        if (cop.ExtraInfo()) ExtraInfoOf(cop, response, content);
+        context.Emit(*this, ItemFactory::Result(content));
+    }
 }
 
 void ComLogicalLink::FeedBusTraffic(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
@@ -397,15 +565,24 @@ void ComLogicalLink::FeedBusTraffic(ComPrimitive& cop, SteadyTime now, LinkConte
         VehicleResponse response;
         if (frame.size() >= 4) response.sourceAddress = (uint32_t{frame[0]} << 24) | (frame[1] << 16) | (frame[2] << 8) | frame[3];
         response.data = std::move(frame);
-        cop.pending.push_back({now, std::move(response)});
+        // Before answers still on their way, so that those do not hold it up.
+        const auto at = std::find_if(cop.pending.begin(), cop.pending.end(), [&](const PendingResponse& p) { return p.due > now; });
+        cop.pending.insert(at, {now, now, std::move(response)});
     }
     cop.nextTraffic = now + milliseconds(cop.trafficPeriod);
 }
 
 void ComLogicalLink::ScheduleNext(ComPrimitive& cop) {
-    SteadyTime next = cop.deadline;
-    if (!cop.pending.empty()) next = std::min(next, cop.pending.front().due);
-    if (cop.trafficPeriod != 0 && (cop.sendCycles == 0 || cop.receiveCycles == -1)) next = std::min(next, cop.nextTraffic);
+    // An answer that began in time moves the time-out to its end.
+    const bool arriving = std::any_of(cop.pending.begin(), cop.pending.end(),
+                                      [&](const PendingResponse& p) { return p.start <= cop.deadline; });
+    SteadyTime next = arriving ? kNever : cop.deadline;
+    const bool indicating = Param(cop.params, "CP_StartMsgIndEnable", 0) != 0;
+    for (const PendingResponse& pending : cop.pending) {
+        next = std::min(next, pending.due);
+        if (indicating && !pending.indicated) next = std::min(next, pending.start);
+    }
+    if (cop.trafficPeriod != 0 && TakesBusFrames(cop)) next = std::min(next, cop.nextTraffic);
     const bool moreSends = cop.sendCycles == -1 || cop.sendsDone < cop.sendCycles;
     if (cop.receiveCycles == -1 && cop.sendCycles != 0 && moreSends)
         next = std::min(next, cop.cycleStart + milliseconds(std::max<uint32_t>(cop.timeMs, 1)));
@@ -420,8 +597,12 @@ void ComLogicalLink::CycleComplete(ComPrimitive& cop, SteadyTime now, LinkContex
         Finish(cop, PDU_COPST_FINISHED, now, context);
         return;
     }
-    // Cyclic sends keep their period; at least a millisecond so a zero time cannot spin.
-    cop.nextAction = std::max(now, cop.cycleStart + milliseconds(std::max<uint32_t>(cop.timeMs, 1)));
+    if (cop.timeMs == 0) {  // back to back, as the bus allows: as fast as the host takes the items
+        cop.nextAction = events.AtLimit() ? now + kFullQueuePause : std::max(now, cop.txDone);
+        return;
+    }
+    cop.nextAction = std::max(now, cop.cycleStart + milliseconds(cop.timeMs));
+    if (cop.nextAction > now) SetCopStatus(cop, PDU_COPST_WAITING, now, context);
 }
 
 void ComLogicalLink::Finish(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime now, LinkContext& context) {
@@ -437,6 +618,18 @@ void ComLogicalLink::Finish(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime n
     context.Emit(*this, ItemFactory::Status(cop.handle, cop.tag, context.Stamp(now), status));
 }
 
+void ComLogicalLink::EmitTimeout(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
+    const VendorErrors& errors = context.Errors();
+    // A K-Line ECU that stays silent on its StartCommunication never woke up.
+    if (cop.type == PDU_COPT_STARTCOMM && m_bus == VehicleBus::KLine && !cop.unexpectedThisCycle &&
+        cop.receivedThisCycle == 0) {
+        EmitError(cop, PDU_ERR_EVT_INIT_ERROR, errors.kLineInitFailed, now, context);
+        return;
+    }
+    EmitError(cop, PDU_ERR_EVT_RX_TIMEOUT, cop.unexpectedThisCycle ? errors.unexpectedFrame : errors.noEcuResponse,
+              now, context);
+}
+
 void ComLogicalLink::EmitError(ComPrimitive& cop, T_PDU_ERR_EVT code, uint32_t extra, SteadyTime now,
                                LinkContext& context) {
     const uint32_t stamp = context.Stamp(now);
@@ -444,10 +637,10 @@ void ComLogicalLink::EmitError(ComPrimitive& cop, T_PDU_ERR_EVT code, uint32_t e
     context.Emit(*this, ItemFactory::Error(cop.handle, cop.tag, stamp, code, extra));
 }
 
-void ComLogicalLink::EmitLinkError(T_PDU_ERR_EVT code, SteadyTime time, LinkContext& context) {
+void ComLogicalLink::EmitLinkError(T_PDU_ERR_EVT code, uint32_t extra, SteadyTime time, LinkContext& context) {
     const uint32_t stamp = context.Stamp(time);
-    lastError = {code, PDU_HANDLE_UNDEF, stamp, 0};
-    context.Emit(*this, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, stamp, code, 0));
+    lastError = {code, PDU_HANDLE_UNDEF, stamp, extra};
+    context.Emit(*this, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, stamp, code, extra));
 }
 
 bool ComLogicalLink::TesterPresentEnabled() const {
@@ -468,8 +661,10 @@ void ComLogicalLink::RunTesterPresent(SteadyTime now, LinkContext& context) {
         const PendingResponse answer = std::move(m_testerPresentAnswers.front());
         m_testerPresentAnswers.pop_front();
         const std::vector<uint8_t>& data = answer.response.data;
-        if (data.empty() || (!IsPositive(data) && !IsResponsePending(data)))
-            EmitLinkError(PDU_ERR_EVT_TESTER_PRESENT_ERROR, answer.due, context);
+        if (data.empty())
+            EmitLinkError(PDU_ERR_EVT_TESTER_PRESENT_ERROR, context.Errors().noEcuResponse, answer.due, context);
+        else if (!IsPositive(data) && !IsResponsePending(data))
+            EmitLinkError(PDU_ERR_EVT_TESTER_PRESENT_ERROR, 0, answer.due, context);
     }
     if (m_testerPresentDue == kNever) m_testerPresentDue = TesterPresentPeriodEnd(now);
     if (now < m_testerPresentDue) return;
@@ -477,24 +672,47 @@ void ComLogicalLink::RunTesterPresent(SteadyTime now, LinkContext& context) {
     const auto id = m_paramIds.find("CP_TesterPresentMessage");
     const auto message = id == m_paramIds.end() ? m_active.end() : m_active.find(id->second);
     if (message == m_active.end() || message->second.Bytes().empty()) return;
-    SteadyTime due = now;
-    std::vector<VehicleResponse> answers =
-        context.TheVehicle().Request(BuildRequest(m_active, message->second.Bytes(), false));
-    if (answers.empty() && Param(m_active, "CP_TesterPresentReqRsp", 0) == 1)
-        m_testerPresentAnswers.push_back({now + microseconds(Param(m_active, "CP_P2Max", 150000)), {}});
-    for (VehicleResponse& answer : answers) {
-        due += microseconds(answer.delayUs);
-        m_testerPresentAnswers.push_back({due, std::move(answer)});
+    const VehicleRequest request = BuildRequest(m_active, message->second.Bytes(), false);
+    const bool watched = m_bus == VehicleBus::Can && context.CanBusWatched(*this);
+    std::vector<BusFrame> frames;
+    const SteadyTime txDone = now + microseconds(RequestWire(m_active, request, now, context, watched ? &frames : nullptr));
+    std::vector<VehicleResponse> answers = context.TheVehicle().Request(request);
+    if (answers.empty() && Param(m_active, "CP_TesterPresentReqRsp", 0) == 1) {
+        const SteadyTime timeout = txDone + microseconds(Param(m_active, "CP_P2Max", 150000));
+        m_testerPresentAnswers.push_back({timeout, timeout, {}});
     }
+    SteadyTime cursor = txDone;
+    for (VehicleResponse& answer : answers) {
+        const SteadyTime start = cursor + microseconds(answer.delayUs);
+        cursor = start + microseconds(ResponseWire(m_active, answer, start, context, watched ? &frames : nullptr));
+        m_testerPresentAnswers.push_back({start, cursor, std::move(answer)});
+    }
+    if (!frames.empty()) context.OnCanBus(*this, frames);
 }
 
 void ComLogicalLink::Deliver(ComPrimitive& cop, const PendingResponse& pending, LinkContext& context) {
     const VehicleResponse& response = pending.response;
+    if (m_monitor) {  // every frame shows; those that fit belong to the ComPrimitive
+        std::optional<BusFrame> frame = RawFrame(response.data);
+        if (!frame) return;
+        frame->start = pending.start;
+        frame->end = pending.due;
+        const std::vector<uint8_t> bytes = FrameBytes(*frame);
+        if (!PassesFilters(bytes)) return;
+        const ExpectedResponse* expected = Match(cop, bytes, PDU_ID_UNDEF);
+        if (expected == nullptr) cop.unexpectedThisCycle = true;
+        else cop.receivedThisCycle++;
+        EmitFrame(*frame, expected != nullptr ? &cop : nullptr, false, expected, context);
+        return;
+    }
     bool known = true;
     const uint32_t urid = ResponseUrid(cop, response.sourceAddress, known);
-    if (!known || !PassesFilters(response)) return;  // the VCI does not listen to that identifier
+    if (!known || !PassesFilters(FilterView(response))) return;  // the VCI does not listen to that identifier
     const ExpectedResponse* expected = Match(cop, response.data, urid);
-    if (expected == nullptr) return;
+    if (expected == nullptr) {
+        cop.unexpectedThisCycle = true;
+        return;
+    }
     ResultContent content;
     content.hCop = cop.handle;
     content.copTag = cop.tag;
@@ -502,17 +720,203 @@ void ComLogicalLink::Deliver(ComPrimitive& cop, const PendingResponse& pending, 
     content.data = response.data;
     content.uniqueRespId = urid;
     content.acceptanceId = expected->acceptanceId;
-    content.txDoneTimestamp = cop.txDoneTimestamp;
-    content.startMsgTimestamp = content.timestamp;
-    if (response.segmented) content.rxFlags[3] |= 0x40;
+    content.timestampFlags = kStartMsgValid | (cop.txDoneValid ? kTxDoneValid : 0);
+    content.txDoneTimestamp = cop.txDoneValid ? context.Stamp(cop.txDone) : 0;
+    content.startMsgTimestamp = context.Stamp(pending.start);
+    if (response.segmented) content.rxFlags[3] |= kRxSegmented;
     const bool can = m_bus == VehicleBus::Can;
-    if ((IsRaw() && response.sourceAddress > 0x7FF) ||
-        (can && !IsRaw() && ((response.sourceAddress & kCanExtendedMark) != 0 || response.sourceAddress > 0x7FF)))
-        content.rxFlags[2] |= 0x01;
-    content.withExtraInfo = !cop.txFlags.empty() && (cop.txFlags[0] & 0x20) != 0;
-    content.header = BigEndian32(can && !IsRaw() ? response.sourceAddress & kCanIdMask : response.sourceAddress);
+    if ((IsRaw() && response.sourceAddress > kLargest11BitId) || (can && !IsRaw() && IsExtendedId(response.sourceAddress)))
+        content.rxFlags[2] |= kRx29BitId;
+    if (cop.ExtraInfo()) ExtraInfoOf(cop, response, content);
     context.Emit(*this, ItemFactory::Result(content));
     cop.receivedThisCycle++;
+}
+
+// What the bus carried around the data: the CAN id; a K-Line message's header and checksum;
+// the DoIP source and target addresses.
+void ComLogicalLink::ExtraInfoOf(const ComPrimitive& cop, const VehicleResponse& response, ResultContent& content) const {
+    content.withExtraInfo = true;
+    switch (m_bus) {
+        case VehicleBus::Can:
+            content.header = BigEndian32(IsRaw() ? response.sourceAddress : response.sourceAddress & kCanIdMask);
+            break;
+        case VehicleBus::KLine: {
+            const auto tester = static_cast<uint8_t>(Param(cop.params, "CP_TesterSourceAddress", 0xF1));
+            const KLineFrame frame = FrameKLine(response.data, m_kLineFormat, true, false, tester,
+                                                static_cast<uint8_t>(response.sourceAddress));
+            content.header = frame.header;
+            content.footer = {frame.checksum};
+            break;
+        }
+        case VehicleBus::Ethernet: {
+            const uint32_t tester = Param(cop.params, "CP_DoIPLogicalTesterAddress", 0x0E00);
+            content.header = {static_cast<uint8_t>(response.sourceAddress >> 8), static_cast<uint8_t>(response.sourceAddress),
+                              static_cast<uint8_t>(tester >> 8), static_cast<uint8_t>(tester)};
+            break;
+        }
+    }
+}
+
+void ComLogicalLink::EmitFrame(const BusFrame& frame, ComPrimitive* cop, bool transmitted,
+                               const ExpectedResponse* expected, LinkContext& context) {
+    ResultContent content;
+    content.hCop = cop != nullptr ? cop->handle : PDU_HANDLE_UNDEF;
+    content.copTag = cop != nullptr ? cop->tag : nullptr;
+    content.timestamp = context.Stamp(frame.end);
+    content.data = FrameBytes(frame);
+    if (frame.extended) content.rxFlags[2] |= kRx29BitId;
+    if (transmitted) content.rxFlags[3] |= kRxTransmitted | kRxTxDone;
+    content.acceptanceId = expected != nullptr ? expected->acceptanceId : 0;
+    content.timestampFlags = kStartMsgValid;
+    content.startMsgTimestamp = context.Stamp(frame.start);
+    if (transmitted) {
+        content.timestampFlags |= kTxDoneValid;
+        content.txDoneTimestamp = content.timestamp;
+    } else if (cop != nullptr && cop->txDoneValid) {
+        content.timestampFlags |= kTxDoneValid;
+        content.txDoneTimestamp = context.Stamp(cop->txDone);
+    }
+    if (cop != nullptr && cop->ExtraInfo()) {
+        content.withExtraInfo = true;
+        content.header = BigEndian32(frame.id);
+    }
+    context.Emit(*this, ItemFactory::Result(content));
+}
+
+// A frame of the bus on a monitor link: a receiving ComPrimitive whose expected responses fit
+// takes it, else it shows on its own.
+void ComLogicalLink::HearFrame(const BusFrame& frame, LinkContext& context) {
+    const std::vector<uint8_t> bytes = FrameBytes(frame);
+    if (!PassesFilters(bytes)) return;
+    for (const auto& cop : m_cops) {
+        if (cop->done || !cop->awaiting || !TakesBusFrames(*cop)) continue;
+        const ExpectedResponse* expected = Match(*cop, bytes, PDU_ID_UNDEF);
+        if (expected == nullptr) continue;
+        EmitFrame(frame, cop.get(), false, expected, context);
+        cop->receivedThisCycle++;
+        if (cop->receiveCycles > 0 && cop->receivedThisCycle >= cop->receiveCycles)
+            CycleComplete(*cop, std::chrono::steady_clock::now(), context);
+        return;
+    }
+    EmitFrame(frame, nullptr, false, nullptr, context);
+}
+
+void ComLogicalLink::RunMonitor(SteadyTime now, LinkContext& context) {
+    if (m_state == PDU_CLLST_OFFLINE) return;
+    if (now - TrafficDue(m_nextTrafficPeriod) > kTrafficCatchUp) m_nextTrafficPeriod = TrafficPeriodAt(now);
+    const uint32_t baud = WireBaud(context);
+    for (; TrafficDue(m_nextTrafficPeriod) <= now; ++m_nextTrafficPeriod) {
+        SteadyTime at = TrafficDue(m_nextTrafficPeriod);
+        for (const std::vector<uint8_t>& raw : context.TheVehicle().BusTraffic(m_nextTrafficPeriod)) {
+            std::optional<BusFrame> frame = RawFrame(raw);
+            if (!frame) continue;
+            frame->start = at;
+            at += microseconds(CanFrameUs(frame->extended, frame->data.size(), baud));
+            frame->end = at;
+            m_busFrames.emplace(frame->end, std::move(*frame));
+        }
+    }
+    while (!m_busFrames.empty() && m_busFrames.begin()->first <= now) {
+        const BusFrame frame = std::move(m_busFrames.begin()->second);
+        m_busFrames.erase(m_busFrames.begin());
+        HearFrame(frame, context);
+    }
+}
+
+SteadyTime ComLogicalLink::TrafficDue(uint32_t period) const {
+    return m_trafficEpoch + milliseconds(uint64_t{period} * kTrafficPeriodMs);
+}
+
+uint32_t ComLogicalLink::TrafficPeriodAt(SteadyTime time) const {
+    if (time < m_trafficEpoch) return 0;
+    return static_cast<uint32_t>((time - m_trafficEpoch) / milliseconds(kTrafficPeriodMs));
+}
+
+uint32_t ComLogicalLink::RequestWire(const std::map<uint32_t, ParamValue>& params, const VehicleRequest& request,
+                                     SteadyTime start, LinkContext& context, std::vector<BusFrame>* frames) const {
+    switch (m_bus) {
+        case VehicleBus::Can: {
+            if (IsRaw()) {
+                std::optional<BusFrame> frame = RawFrame(request.data);
+                if (!frame) return 0;
+                const uint32_t duration = CanFrameUs(frame->extended, frame->data.size(), WireBaud(context));
+                if (frames != nullptr) {
+                    frame->start = start;
+                    frame->end = start + microseconds(duration);
+                    frames->push_back(std::move(*frame));
+                }
+                return duration;
+            }
+            const uint32_t ecu = FirstUridParam(params, "CP_CanRespUSDTId", 0x7E8) | (request.targetAddress & kCanExtendedMark);
+            return IsoTpWire(params, request.data, request.targetAddress, ecu, true, start, context, frames);
+        }
+        case VehicleBus::KLine:
+            return UartUs(request.data.size() + KLineOverhead(m_kLineFormat, request.data.size()), WireBaud(context));
+        case VehicleBus::Ethernet: return context.IdealBus() ? 0 : EthernetUs(request.data.size());
+    }
+    return 0;
+}
+
+uint32_t ComLogicalLink::ResponseWire(const std::map<uint32_t, ParamValue>& params, const VehicleResponse& response,
+                                      SteadyTime start, LinkContext& context, std::vector<BusFrame>* frames) const {
+    switch (m_bus) {
+        case VehicleBus::Can: {
+            if (IsRaw()) {
+                std::optional<BusFrame> frame = RawFrame(response.data);
+                if (!frame) return 0;
+                const uint32_t duration = CanFrameUs(frame->extended, frame->data.size(), WireBaud(context));
+                if (frames != nullptr) {
+                    frame->start = start;
+                    frame->end = start + microseconds(duration);
+                    frames->push_back(std::move(*frame));
+                }
+                return duration;
+            }
+            return IsoTpWire(params, response.data, response.sourceAddress, TesterIdFor(params, response.sourceAddress),
+                             false, start, context, frames);
+        }
+        case VehicleBus::KLine:
+            return UartUs(response.data.size() + KLineOverhead(m_kLineFormat, response.data.size()), WireBaud(context));
+        case VehicleBus::Ethernet: return context.IdealBus() ? 0 : EthernetUs(response.data.size());
+    }
+    return 0;
+}
+
+uint32_t ComLogicalLink::IsoTpWire(const std::map<uint32_t, ParamValue>& params, const std::vector<uint8_t>& message,
+                                   uint32_t senderId, uint32_t receiverId, bool fromTester, SteadyTime start,
+                                   LinkContext& context, std::vector<BusFrame>* frames) const {
+    IsoTpChannel channel;
+    channel.extendedId = IsExtendedId(senderId);
+    channel.baud = WireBaud(context);
+    const auto testerFiller = static_cast<uint8_t>(Param(params, "CP_CanFillerByte", 0x55));
+    channel.senderFiller = fromTester ? testerFiller : kEcuFillerByte;
+    channel.receiverFiller = fromTester ? kEcuFillerByte : testerFiller;
+    if (!fromTester) {  // the tester's flow control asks for what its ComParams say
+        channel.blockSize = static_cast<uint8_t>(Param(params, "CP_BlockSize", 0));
+        channel.stMin = context.IdealBus() ? 0 : static_cast<uint8_t>(Param(params, "CP_StMin", 0));
+    }
+    const IsoTpTransfer transfer = SegmentIsoTp(message, channel);
+    if (frames != nullptr) {
+        const uint32_t frameUs = CanFrameUs(channel.extendedId, 8, channel.baud);
+        for (const IsoTpFrame& frame : transfer.frames) {
+            const SteadyTime begin = start + microseconds(frame.startUs);
+            frames->push_back({(frame.fromSender ? senderId : receiverId) & kCanIdMask, channel.extendedId, frame.data,
+                               begin, begin + microseconds(frameUs)});
+        }
+    }
+    return transfer.durationUs;
+}
+
+// The id the tester's flow control goes out on towards an ECU that answers from ecuId.
+uint32_t ComLogicalLink::TesterIdFor(const std::map<uint32_t, ParamValue>& params, uint32_t ecuId) const {
+    const uint32_t mark = ecuId & kCanExtendedMark;
+    const uint32_t id = ecuId & kCanIdMask;
+    for (const UridEntry& entry : m_urids)
+        if ((UridParam(entry, params, "CP_CanRespUSDTId", PDU_ID_UNDEF) & kCanIdMask) == id)
+            return UridParam(entry, params, "CP_CanPhysReqId", 0x7E0) | mark;
+    if (id >= 0x7E8 && id <= 0x7EF) return (id - 8) | mark;  // the OBD pairs
+    if ((id >> 16) == 0x18DA) return (id & 0xFFFF0000) | ((id & 0xFF) << 8) | ((id >> 8) & 0xFF) | mark;
+    return FirstUridParam(params, "CP_CanPhysReqId", 0x7E0) | mark;
 }
 
 uint32_t ComLogicalLink::Param(const std::map<uint32_t, ParamValue>& set, const char* name, uint32_t fallback) const {
@@ -522,9 +926,15 @@ uint32_t ComLogicalLink::Param(const std::map<uint32_t, ParamValue>& set, const 
     return value == set.end() ? fallback : value->second.AsUnsigned();
 }
 
-uint32_t ComLogicalLink::UridParam(const UridEntry& entry, const ComPrimitive& cop, const char* name,
-                                   uint32_t fallback) const {
-    return Param(entry.params, name, Param(cop.params, name, fallback));
+uint32_t ComLogicalLink::UridParam(const UridEntry& entry, const std::map<uint32_t, ParamValue>& params,
+                                   const char* name, uint32_t fallback) const {
+    return Param(entry.params, name, Param(params, name, fallback));
+}
+
+uint32_t ComLogicalLink::FirstUridParam(const std::map<uint32_t, ParamValue>& params, const char* name,
+                                        uint32_t fallback) const {
+    if (m_urids.empty()) return Param(params, name, fallback);
+    return UridParam(m_urids.front(), params, name, fallback);
 }
 
 VehicleRequest ComLogicalLink::BuildRequest(const std::map<uint32_t, ParamValue>& params,
@@ -539,9 +949,7 @@ VehicleRequest ComLogicalLink::BuildRequest(const std::map<uint32_t, ParamValue>
         return request;
     }
     request.functional = Param(params, "CP_RequestAddrMode", 1) == 2;
-    const UridEntry none{};
-    const UridEntry& first = m_urids.empty() ? none : m_urids.front();
-    const auto unique = [&](const char* name, uint32_t fallback) { return Param(first.params, name, Param(params, name, fallback)); };
+    const auto unique = [&](const char* name, uint32_t fallback) { return FirstUridParam(params, name, fallback); };
     if (m_bus == VehicleBus::Can) {
         request.targetAddress = request.functional ? Param(params, "CP_CanFuncReqId", 0x7DF) : unique("CP_CanPhysReqId", 0x7E0);
         if (can29Bit) request.targetAddress |= kCanExtendedMark;
@@ -562,7 +970,7 @@ uint32_t ComLogicalLink::ResponseUrid(const ComPrimitive& cop, uint32_t source, 
     // The mark of a 29-bit id is no part of the id itself.
     const uint32_t mask = m_bus == VehicleBus::Can ? kCanIdMask : 0xFFFFFFFF;
     for (const UridEntry& entry : m_urids)
-        if ((UridParam(entry, cop, name, PDU_ID_UNDEF) & mask) == (source & mask)) return entry.uniqueRespId;
+        if ((UridParam(entry, cop.params, name, PDU_ID_UNDEF) & mask) == (source & mask)) return entry.uniqueRespId;
     known = m_urids.empty();  // without a table the link takes what it gets
     return PDU_ID_UNDEF;
 }
@@ -606,21 +1014,22 @@ T_PDU_ERROR ComLogicalLink::StopFilter(uint32_t number) {
     return PDU_STATUS_NOERROR;
 }
 
-bool ComLogicalLink::PassesFilters(const VehicleResponse& response) const {
+std::vector<uint8_t> ComLogicalLink::FilterView(const VehicleResponse& response) const {
+    if (IsRaw()) return response.data;  // raw frames carry their id already
+    std::vector<uint8_t> data =
+        BigEndian32(m_bus == VehicleBus::Can ? response.sourceAddress & kCanIdMask : response.sourceAddress);
+    data.insert(data.end(), response.data.begin(), response.data.end());
+    return data;
+}
+
+bool ComLogicalLink::PassesFilters(const std::vector<uint8_t>& message) const {
     if (m_filters.empty()) return true;
-    // Filters see the message as the result's extra info shows it: the 4-byte id, then the data.
-    // Raw frames carry their id already, and only they are UUDT.
-    std::vector<uint8_t> data = response.data;
-    if (!IsRaw()) {
-        data = BigEndian32(m_bus == VehicleBus::Can ? response.sourceAddress & kCanIdMask : response.sourceAddress);
-        data.insert(data.end(), response.data.begin(), response.data.end());
-    }
     bool anyPass = false, passed = false;
     for (const PDU_IO_FILTER_DATA& filter : m_filters) {
-        if (!IsRaw() && IsUudtFilter(filter.FilterType)) continue;
-        bool fits = filter.FilterCompareSize <= data.size();
+        if (!IsRaw() && IsUudtFilter(filter.FilterType)) continue;  // only raw frames are UUDT
+        bool fits = filter.FilterCompareSize <= message.size();
         for (UNUM32 i = 0; i < filter.FilterCompareSize && fits; ++i)
-            fits = (data[i] & filter.FilterMaskMessage[i]) == (filter.FilterPatternMessage[i] & filter.FilterMaskMessage[i]);
+            fits = (message[i] & filter.FilterMaskMessage[i]) == (filter.FilterPatternMessage[i] & filter.FilterMaskMessage[i]);
         const bool pass = filter.FilterType == PDU_FLT_PASS || filter.FilterType == PDU_FLT_PASS_UUDT;
         if (!pass && fits) return false;
         anyPass = anyPass || pass;

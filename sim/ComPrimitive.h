@@ -23,8 +23,19 @@ struct ExpectedResponse {
 };
 
 struct PendingResponse {
-    SteadyTime due;
+    SteadyTime start;  // first bit on the bus
+    SteadyTime due;    // complete
     VehicleResponse response;
+    bool indicated = false;  // start of message told
+};
+
+// One frame of a CAN bus, as a monitor link shows it.
+struct BusFrame {
+    uint32_t id = 0;  // without the 29-bit mark
+    bool extended = false;
+    std::vector<uint8_t> data;
+    SteadyTime start{};
+    SteadyTime end{};
 };
 
 struct ComPrimitive {
@@ -40,6 +51,7 @@ struct ComPrimitive {
     std::map<uint32_t, ParamValue> params;  // the set this ComPrimitive runs with
 
     bool SuppressPositive() const { return !txFlags.empty() && (txFlags[0] & 0x40) != 0; }
+    bool ExtraInfo() const { return !txFlags.empty() && (txFlags[0] & 0x20) != 0; }
     bool Can29Bit() const { return txFlags.size() > 2 && (txFlags[2] & 0x01) != 0; }
 
     T_PDU_STATUS status = PDU_COPST_IDLE;
@@ -54,7 +66,9 @@ struct ComPrimitive {
     SteadyTime deadline{};
     SteadyTime nextTraffic{};
     uint32_t trafficPeriod = 0;
-    uint32_t txDoneTimestamp = 0;
+    SteadyTime txDone{};
+    bool txDoneValid = false;   // a receive-only ComPrimitive sends nothing
+    bool unexpectedThisCycle = false;  // an answer came that fit no expected response
     bool positiveSeen = false;  // a K-Line StartCommunication only starts on a positive answer
     std::deque<PendingResponse> pending;
 };

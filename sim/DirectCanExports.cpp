@@ -7,6 +7,7 @@
 
 #include "SimSystem.h"
 #include "pdu/MorvaneExtensions.h"
+#include "vehicle/Wire.h"
 
 using namespace pdusim;
 
@@ -45,8 +46,25 @@ std::vector<uint8_t> FrameBytes(const SeCanMessage& message) {
     return frame;
 }
 
-void Answer(ComLogicalLink& link, const SeCanMessage& sent) {
+bool IsExtended(const SeCanMessage& message) {
+    return (message.flags & SE_FLAG_EXTENDED_ID) != 0 || (message.canId & kIdMask) > 0x7FF;
+}
+
+// What the bus saw of one frame and its answers, for monitor links on the same bus.
+void Publish(const ComLogicalLink& link, std::vector<BusFrame>& frames, uint32_t id, bool extended,
+             const uint8_t* data, size_t size, SteadyTime start) {
+    const uint32_t baud = SimSystem::Instance().IdealBus() ? 0 : link.Baud();
+    const SteadyTime end = start + std::chrono::microseconds(CanFrameUs(extended, size, baud));
+    frames.push_back({id & kIdMask, extended, std::vector<uint8_t>(data, data + size), start, end});
+}
+
+void Answer(ComLogicalLink& link, const SeCanMessage& sent, std::vector<BusFrame>* frames) {
     VehicleRequest request{VehicleBus::Can, "ISO_11898_RAW", sent.canId & kIdMask, false, FrameBytes(sent)};
+    SteadyTime at = std::chrono::steady_clock::now();
+    if (frames != nullptr) {
+        Publish(link, *frames, sent.canId, IsExtended(sent), sent.data, std::min<UNUM8>(sent.dlc, 8), at);
+        at = frames->back().end;
+    }
     for (const VehicleResponse& response : SimSystem::Instance().TheVehicle().Request(request)) {
         if (response.data.size() < 4) continue;
         SeCanMessage received{};
@@ -58,6 +76,11 @@ void Answer(ComLogicalLink& link, const SeCanMessage& sent) {
         received.dlc = static_cast<UNUM8>(std::min<size_t>(response.data.size() - 4, 8));
         std::memcpy(received.data, response.data.data() + 4, received.dlc);
         Queue(link, received);
+        if (frames != nullptr) {
+            Publish(link, *frames, received.canId, IsExtended(received), received.data,
+                    received.dlc, at + std::chrono::microseconds(response.delayUs));
+            at = frames->back().end;
+        }
     }
 }
 
@@ -66,25 +89,31 @@ void Answer(ComLogicalLink& link, const SeCanMessage& sent) {
 extern "C" {
 
 T_PDU_ERROR PDU_CALL PDUSECanWrite(UNUM32 hCLL, UNUM32 count, SeCanMessage* pMessages) {
-    std::lock_guard<std::mutex> lock(SimSystem::Instance().Mutex());
+    auto lock = SimSystem::Instance().LockForCaller();
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindDirectLink(hCLL, link)) return e;
     if (count > 0 && pMessages == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     if (link->State() == PDU_CLLST_OFFLINE) return PDU_ERR_CLL_NOT_CONNECTED;
+    const bool watched = SimSystem::Instance().CanBusWatched(*link);
+    std::vector<BusFrame> frames;
     for (UNUM32 i = 0; i < count; ++i) {
         SeCanMessage echo = pMessages[i];
         echo.msgType = SE_TRANSMIT_MSG;
         echo.timestamp = SimSystem::Instance().Now();
         echo.flags |= SE_FLAG_TX_FRAME;
         Queue(*link, echo);
-        if (i < kAnsweredFramesPerWrite) Answer(*link, pMessages[i]);
+        if (i < kAnsweredFramesPerWrite) Answer(*link, pMessages[i], watched ? &frames : nullptr);
+    }
+    if (!frames.empty()) {
+        SimSystem::Instance().OnCanBus(*link, frames);
+        SimSystem::Instance().WakeScheduler();
     }
     if (count > 0) Signal(*link);
     return PDU_STATUS_NOERROR;
 }
 
 T_PDU_ERROR PDU_CALL PDUSECanRead(UNUM32 hCLL, UNUM32* pCount, SeCanMessage* pMessages) {
-    std::lock_guard<std::mutex> lock(SimSystem::Instance().Mutex());
+    auto lock = SimSystem::Instance().LockForCaller();
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindDirectLink(hCLL, link)) return e;
     if (pCount == nullptr || (*pCount > 0 && pMessages == nullptr)) return PDU_ERR_INVALID_PARAMETERS;
@@ -98,7 +127,7 @@ T_PDU_ERROR PDU_CALL PDUSECanRead(UNUM32 hCLL, UNUM32* pCount, SeCanMessage* pMe
 }
 
 T_PDU_ERROR PDU_CALL PDUSESetEventNotification(UNUM32 hCLL, SE_EVENT_HANDLE* pEvent) {
-    std::lock_guard<std::mutex> lock(SimSystem::Instance().Mutex());
+    auto lock = SimSystem::Instance().LockForCaller();
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindDirectLink(hCLL, link)) return e;
     if (pEvent == nullptr) return PDU_ERR_INVALID_PARAMETERS;
@@ -107,7 +136,7 @@ T_PDU_ERROR PDU_CALL PDUSESetEventNotification(UNUM32 hCLL, SE_EVENT_HANDLE* pEv
 }
 
 T_PDU_ERROR PDU_CALL PDUSECanRequestChipState(UNUM32 hCLL) {
-    std::lock_guard<std::mutex> lock(SimSystem::Instance().Mutex());
+    auto lock = SimSystem::Instance().LockForCaller();
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindDirectLink(hCLL, link)) return e;
     SeCanMessage state{};

@@ -31,6 +31,8 @@ public:
     PDU_EVENT_ITEM* Pop();
     void Clear();
     size_t Size() const { return m_items.size(); }
+    // The next push drops an item.
+    bool AtLimit() const { return m_items.size() >= m_limit; }
     // False for an unknown mode or a limited size of 0. Items already queued stay.
     bool SetProperties(uint32_t size, T_PDU_QUEUE_MODE mode);
 

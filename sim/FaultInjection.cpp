@@ -1,5 +1,6 @@
 #include "FaultInjection.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
 
@@ -43,8 +44,10 @@ void FaultInjection::ParseEntry(const std::string& entry) {
         std::string number;
         while (std::getline(list, number, ',')) m_missing.insert(Number(Trim(number)));
     } else if (kind == "slow") {
-        const uint32_t factor = Number(value);
-        m_slowFactor = factor == 0 ? 1 : factor;
+        char* end = nullptr;
+        const unsigned long factor = std::strtoul(value.c_str(), &end, 0);
+        if (!value.empty() && *end == '\0' && value[0] != '-' && factor <= UINT32_MAX)
+            m_slowFactor = static_cast<uint32_t>(factor);
     }
 }
 

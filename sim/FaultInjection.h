@@ -1,7 +1,7 @@
 // Fault injection from the environment variable PDUSIM_FAULTS, read at PDUConstruct:
 //   fail:<function>=<code>   the named API function returns <code> (number, any base)
 //   missing:<n>[,<m>...]     simulated module number n (from 1) is not plugged in at start
-//   slow:<factor>            ECU answers take <factor> times as long
+//   slow:<factor>            ECU answers take <factor> times as long; 0: at once, on an ideal bus
 // Entries are separated by ';'. Unknown entries are ignored.
 #pragma once
 

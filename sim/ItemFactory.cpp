@@ -7,6 +7,8 @@
 namespace pdusim {
 namespace {
 
+constexpr UNUM32 kTimestampFlagBytes = 4;
+
 template <typename Payload>
 PDU_EVENT_ITEM* EventWith(T_PDU_IT type, uint32_t hCop, void* copTag, uint32_t timestamp, const Payload& payload) {
     BlockLayout layout;
@@ -44,9 +46,10 @@ PDU_EVENT_ITEM* ItemFactory::Result(const ResultContent& content) {
     const size_t head = layout.Add(sizeof(PDU_EVENT_ITEM));
     const size_t result = layout.Add(sizeof(PDU_RESULT_DATA));
     const size_t rxFlags = layout.Add(content.rxFlags.size());
-    const size_t tsFlags = layout.Add(1);
+    const size_t tsFlags = layout.Add(kTimestampFlagBytes);
     const size_t extra = layout.Add(sizeof(PDU_EXTRA_INFO));
     const size_t header = layout.Add(content.header.size());
+    const size_t footer = layout.Add(content.footer.size());
     const size_t data = layout.Add(content.data.size());
     void* block = ItemStore::Allocate(layout.Size());
     if (block == nullptr) return nullptr;
@@ -55,14 +58,16 @@ PDU_EVENT_ITEM* ItemFactory::Result(const ResultContent& content) {
     CopyBytes(r->RxFlag.pFlagData, content.rxFlags);
     r->UniqueRespIdentifier = content.uniqueRespId;
     r->AcceptanceId = content.acceptanceId;
-    r->TimestampFlags = {1, At<UNUM8>(block, tsFlags)};
-    *r->TimestampFlags.pFlagData = 0xC0;  // Tx done and start of message both valid
+    r->TimestampFlags = {kTimestampFlagBytes, At<UNUM8>(block, tsFlags)};
+    r->TimestampFlags.pFlagData[0] = content.timestampFlags;
     r->TxMsgDoneTimestamp = content.txDoneTimestamp;
     r->StartMsgTimestamp = content.startMsgTimestamp;
     if (content.withExtraInfo) {
         r->pExtraInfo = At<PDU_EXTRA_INFO>(block, extra);
-        *r->pExtraInfo = {static_cast<UNUM32>(content.header.size()), 0, At<UNUM8>(block, header), nullptr};
+        *r->pExtraInfo = {static_cast<UNUM32>(content.header.size()), static_cast<UNUM32>(content.footer.size()),
+                          At<UNUM8>(block, header), At<UNUM8>(block, footer)};
         CopyBytes(r->pExtraInfo->pHeaderBytes, content.header);
+        CopyBytes(r->pExtraInfo->pFooterBytes, content.footer);
     }
     r->NumDataBytes = static_cast<UNUM32>(content.data.size());
     r->pDataBytes = At<UNUM8>(block, data);

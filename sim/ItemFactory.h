@@ -16,11 +16,16 @@ struct ResultContent {
     std::vector<uint8_t> rxFlags = std::vector<uint8_t>(4, 0);
     uint32_t uniqueRespId = PDU_ID_UNDEF;
     uint32_t acceptanceId = 0;
+    uint8_t timestampFlags = 0;  // byte 0: 0x80 Tx done valid, 0x40 start of message valid
     uint32_t txDoneTimestamp = 0;
     uint32_t startMsgTimestamp = 0;
     bool withExtraInfo = false;
-    std::vector<uint8_t> header;  // extra info: the frame's identifier
+    std::vector<uint8_t> header;  // extra info: what the bus carried before and after the data
+    std::vector<uint8_t> footer;
 };
+
+constexpr uint8_t kTxDoneValid = 0x80;
+constexpr uint8_t kStartMsgValid = 0x40;
 
 struct ModuleEntry {
     uint32_t typeId = 0;

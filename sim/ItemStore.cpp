@@ -1,5 +1,6 @@
 #include "ItemStore.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <unordered_set>
@@ -7,9 +8,13 @@
 namespace pdusim {
 namespace {
 
+// Addresses are kept disguised, so that a leak checker reports an item the host never gave
+// back instead of finding it reachable through this registry.
+uintptr_t Key(const void* block) { return ~reinterpret_cast<uintptr_t>(block); }
+
 struct Registry {
     std::mutex mutex;
-    std::unordered_set<void*> live;
+    std::unordered_set<uintptr_t> live;
 };
 
 // Never destroyed: items may be returned by a host after the library's statics are gone.
@@ -25,7 +30,7 @@ void* ItemStore::Allocate(size_t size) {
     if (block == nullptr) return nullptr;
     Registry& r = TheRegistry();
     std::lock_guard<std::mutex> lock(r.mutex);
-    r.live.insert(block);
+    r.live.insert(Key(block));
     return block;
 }
 
@@ -33,7 +38,7 @@ bool ItemStore::Release(void* block) {
     Registry& r = TheRegistry();
     {
         std::lock_guard<std::mutex> lock(r.mutex);
-        if (r.live.erase(block) == 0) return false;
+        if (r.live.erase(Key(block)) == 0) return false;
     }
     std::free(block);
     return true;

@@ -144,6 +144,7 @@ bool MdfCatalog::Load(const std::string& path, std::string& error) {
         if (name == "RESOURCE") resources.push_back(ReadResource(child, eids));
         if (name == "MODULETYPE") moduleTypes.push_back(ReadModuleType(child, eids));
         if (name == "COMPARAM") comParams.push_back(ReadComParam(child));
+        if (name == "ERROR_CODE") errorCodes.push_back({ChildNumber(child, "ID"), ChildText(child, "SHORT_NAME")});
     }
     if (moduleTypes.empty()) {
         error = "module description file " + path + " describes no module type";
@@ -158,6 +159,11 @@ const MdfProtocol* MdfCatalog::FindBusType(uint32_t id) const { return FindById(
 const MdfComParam* MdfCatalog::FindComParam(uint32_t id) const { return FindById(comParams, id); }
 const MdfModuleType* MdfCatalog::FindModuleType(uint32_t id) const { return FindById(moduleTypes, id); }
 const MdfNamedId* MdfCatalog::FindIoCtl(uint32_t id) const { return FindById(ioCtls, id); }
+
+uint32_t MdfCatalog::ErrorCodeId(const std::string& shortName) const {
+    uint32_t id = 0;
+    return FindByName(errorCodes, shortName, id) ? id : 0;
+}
 
 bool MdfCatalog::ObjectId(uint32_t objectType, const std::string& shortName, uint32_t& id) const {
     switch (objectType) {

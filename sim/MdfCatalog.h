@@ -65,6 +65,8 @@ public:
     const MdfNamedId* FindIoCtl(uint32_t id) const;
     // Id of the object of that type (PDU_OBJT_*) and short name; false when unknown.
     bool ObjectId(uint32_t objectType, const std::string& shortName, uint32_t& id) const;
+    // Id of a vendor error of the ERROR_CODE table, 0 (no extra information) when the file lacks it.
+    uint32_t ErrorCodeId(const std::string& shortName) const;
 
     std::vector<MdfNamedId> pinTypes;
     std::vector<MdfNamedId> ioCtls;
@@ -73,6 +75,7 @@ public:
     std::vector<MdfResource> resources;
     std::vector<MdfModuleType> moduleTypes;
     std::vector<MdfComParam> comParams;
+    std::vector<MdfNamedId> errorCodes;
 };
 
 // Numbers of description files: "0x" hexadecimal, leading "0" octal, else decimal.

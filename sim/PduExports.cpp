@@ -127,18 +127,18 @@ EventQueue* QueueOf(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& result) {
 extern "C" {
 
 T_PDU_ERROR PDU_CALL PDUConstruct(CHAR8* OptionStr, void* pAPITag) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     return Sys().Construct(pAPITag);
 }
 
 T_PDU_ERROR PDU_CALL PDUDestruct(void) {
-    std::unique_lock<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUDestruct")) return e;
     return Sys().Destruct(lock);
 }
 
 T_PDU_ERROR PDU_CALL PDUModuleConnect(UNUM32 hMod) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUModuleConnect")) return e;
     SimModule* module = nullptr;
     if (const T_PDU_ERROR e = FindModule(hMod, module)) return e;
@@ -147,18 +147,21 @@ T_PDU_ERROR PDU_CALL PDUModuleConnect(UNUM32 hMod) {
 }
 
 T_PDU_ERROR PDU_CALL PDUModuleDisconnect(UNUM32 hMod) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUModuleDisconnect")) return e;
     SimModule* module = nullptr;
     if (const T_PDU_ERROR e = FindModule(hMod, module)) return e;
     if (!module->connected) return PDU_ERR_MODULE_NOT_CONNECTED;
     Sys().DestroyLinksOf(*module);
     module->connected = false;
+    const CallbackDispatcher::Fence fence = Sys().ForgetCallbacks(hMod, CallbackDispatcher::kAnyLink);
+    lock.unlock();
+    fence.Wait();  // the host may free its links' tags now
     return PDU_STATUS_NOERROR;
 }
 
 T_PDU_ERROR PDU_CALL PDUGetTimestamp(UNUM32 hMod, UNUM32* pTimestamp) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetTimestamp")) return e;
     if (pTimestamp == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     SimModule* module = nullptr;
@@ -169,13 +172,13 @@ T_PDU_ERROR PDU_CALL PDUGetTimestamp(UNUM32 hMod, UNUM32* pTimestamp) {
 
 T_PDU_ERROR PDU_CALL PDUIoCtl(UNUM32 hMod, UNUM32 hCLL, UNUM32 IoCtlCommandId, PDU_DATA_ITEM* pInputData,
                               PDU_DATA_ITEM** pOutputData) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUIoCtl")) return e;
     return HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
 }
 
 T_PDU_ERROR PDU_CALL PDUGetVersion(UNUM32 hMod, PDU_VERSION_DATA* pVersionData) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetVersion")) return e;
     if (pVersionData == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     SimModule* module = nullptr;
@@ -201,7 +204,7 @@ T_PDU_ERROR PDU_CALL PDUGetVersion(UNUM32 hMod, PDU_VERSION_DATA* pVersionData) 
 
 T_PDU_ERROR PDU_CALL PDUGetStatus(UNUM32 hMod, UNUM32 hCLL, UNUM32 hCoP, T_PDU_STATUS* pStatusCode,
                                   UNUM32* pTimestamp, UNUM32* pExtraInfo) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetStatus")) return e;
     if (pStatusCode == nullptr || pTimestamp == nullptr || pExtraInfo == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     SimModule* module = Sys().FindModuleByNumber(hMod);
@@ -223,7 +226,7 @@ T_PDU_ERROR PDU_CALL PDUGetStatus(UNUM32 hMod, UNUM32 hCLL, UNUM32 hCoP, T_PDU_S
 
 T_PDU_ERROR PDU_CALL PDUGetLastError(UNUM32 hMod, UNUM32 hCLL, T_PDU_ERR_EVT* pErrorCode, UNUM32* phCoP,
                                      UNUM32* pTimestamp, UNUM32* pExtraErrorInfo) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetLastError")) return e;
     if (pErrorCode == nullptr || phCoP == nullptr || pTimestamp == nullptr || pExtraErrorInfo == nullptr)
         return PDU_ERR_INVALID_PARAMETERS;
@@ -243,7 +246,7 @@ T_PDU_ERROR PDU_CALL PDUGetLastError(UNUM32 hMod, UNUM32 hCLL, T_PDU_ERR_EVT* pE
 }
 
 T_PDU_ERROR PDU_CALL PDUGetResourceStatus(PDU_RSC_STATUS_ITEM* pResourceStatus) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetResourceStatus")) return e;
     if (pResourceStatus == nullptr || pResourceStatus->ItemType != PDU_IT_RSC_STATUS ||
         (pResourceStatus->NumEntries > 0 && pResourceStatus->pResourceStatusData == nullptr))
@@ -260,7 +263,7 @@ T_PDU_ERROR PDU_CALL PDUGetResourceStatus(PDU_RSC_STATUS_ITEM* pResourceStatus) 
 
 T_PDU_ERROR PDU_CALL PDUCreateComLogicalLink(UNUM32 hMod, PDU_RSC_DATA* pRscData, UNUM32 resourceId, void* pCllTag,
                                              UNUM32* phCLL, PDU_FLAG_DATA* pCllCreateFlag) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUCreateComLogicalLink")) return e;
     if (phCLL == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     SimModule* module = nullptr;
@@ -283,17 +286,20 @@ T_PDU_ERROR PDU_CALL PDUCreateComLogicalLink(UNUM32 hMod, PDU_RSC_DATA* pRscData
 }
 
 T_PDU_ERROR PDU_CALL PDUDestroyComLogicalLink(UNUM32 hMod, UNUM32 hCLL) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUDestroyComLogicalLink")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
     if (link->State() != PDU_CLLST_OFFLINE) return PDU_ERR_CLL_CONNECTED;
     Sys().DestroyLink(hCLL);
+    const CallbackDispatcher::Fence fence = Sys().ForgetCallbacks(hMod, hCLL);
+    lock.unlock();
+    fence.Wait();  // the host may free the link's tag now
     return PDU_STATUS_NOERROR;
 }
 
 T_PDU_ERROR PDU_CALL PDUConnect(UNUM32 hMod, UNUM32 hCLL) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUConnect")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
@@ -303,7 +309,7 @@ T_PDU_ERROR PDU_CALL PDUConnect(UNUM32 hMod, UNUM32 hCLL) {
 }
 
 T_PDU_ERROR PDU_CALL PDUDisconnect(UNUM32 hMod, UNUM32 hCLL) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUDisconnect")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
@@ -315,7 +321,7 @@ T_PDU_ERROR PDU_CALL PDUDisconnect(UNUM32 hMod, UNUM32 hCLL) {
 }
 
 T_PDU_ERROR PDU_CALL PDULockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDULockResource")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
@@ -326,7 +332,7 @@ T_PDU_ERROR PDU_CALL PDULockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask) 
 }
 
 T_PDU_ERROR PDU_CALL PDUUnlockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUUnlockResource")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
@@ -337,7 +343,7 @@ T_PDU_ERROR PDU_CALL PDUUnlockResource(UNUM32 hMod, UNUM32 hCLL, UNUM32 LockMask
 }
 
 T_PDU_ERROR PDU_CALL PDUGetComParam(UNUM32 hMod, UNUM32 hCLL, UNUM32 ParamId, PDU_PARAM_ITEM** pParamItem) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetComParam")) return e;
     if (pParamItem == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;
@@ -346,7 +352,7 @@ T_PDU_ERROR PDU_CALL PDUGetComParam(UNUM32 hMod, UNUM32 hCLL, UNUM32 ParamId, PD
 }
 
 T_PDU_ERROR PDU_CALL PDUSetComParam(UNUM32 hMod, UNUM32 hCLL, PDU_PARAM_ITEM* pParamItem) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUSetComParam")) return e;
     if (pParamItem == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;
@@ -357,7 +363,7 @@ T_PDU_ERROR PDU_CALL PDUSetComParam(UNUM32 hMod, UNUM32 hCLL, PDU_PARAM_ITEM* pP
 T_PDU_ERROR PDU_CALL PDUStartComPrimitive(UNUM32 hMod, UNUM32 hCLL, T_PDU_COPT CoPType, UNUM32 CoPDataSize,
                                           UNUM8* pCoPData, PDU_COP_CTRL_DATA* pCopCtrlData, void* pCoPTag,
                                           UNUM32* phCoP) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUStartComPrimitive")) return e;
     if (phCoP == nullptr || (CoPDataSize > 0 && pCoPData == nullptr)) return PDU_ERR_INVALID_PARAMETERS;
     if (const T_PDU_ERROR e = CheckControl(CoPType, pCopCtrlData)) return e;
@@ -367,14 +373,14 @@ T_PDU_ERROR PDU_CALL PDUStartComPrimitive(UNUM32 hMod, UNUM32 hCLL, T_PDU_COPT C
     if (const T_PDU_ERROR e = CheckLocks(*link, CoPType, pCopCtrlData)) return e;
     const uint32_t handle = Sys().NewCopHandle();
     const std::vector<uint8_t> data(pCoPData, pCoPData + CoPDataSize);
-    if (const T_PDU_ERROR e = link->Start(CoPType, data, pCopCtrlData, pCoPTag, handle)) return e;
+    if (const T_PDU_ERROR e = link->Start(CoPType, data, pCopCtrlData, pCoPTag, handle, Sys())) return e;
     *phCoP = handle;
     Sys().WakeScheduler();
     return PDU_STATUS_NOERROR;
 }
 
 T_PDU_ERROR PDU_CALL PDUCancelComPrimitive(UNUM32 hMod, UNUM32 hCLL, UNUM32 hCoP) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUCancelComPrimitive")) return e;
     ComLogicalLink* link = nullptr;
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
@@ -384,7 +390,7 @@ T_PDU_ERROR PDU_CALL PDUCancelComPrimitive(UNUM32 hMod, UNUM32 hCLL, UNUM32 hCoP
 }
 
 T_PDU_ERROR PDU_CALL PDUGetEventItem(UNUM32 hMod, UNUM32 hCLL, PDU_EVENT_ITEM** pEventItem) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetEventItem")) return e;
     if (pEventItem == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     T_PDU_ERROR result = PDU_STATUS_NOERROR;
@@ -400,17 +406,21 @@ T_PDU_ERROR PDU_CALL PDUDestroyItem(PDU_ITEM* pItem) {
 }
 
 T_PDU_ERROR PDU_CALL PDURegisterEventCallback(UNUM32 hMod, UNUM32 hCLL, CALLBACKFNC EventCallbackFunction) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDURegisterEventCallback")) return e;
     T_PDU_ERROR result = PDU_STATUS_NOERROR;
     EventQueue* queue = QueueOf(hMod, hCLL, result);
     if (queue == nullptr) return result;
-    queue->callback = EventCallbackFunction;
+    ComLogicalLink* link = hCLL == PDU_HANDLE_UNDEF ? nullptr : Sys().FindLink(hMod, hCLL);
+    const CallbackDispatcher::Fence fence =
+        Sys().ReplaceCallback(*queue, EventCallbackFunction, hMod, hCLL, link != nullptr ? link->Tag() : nullptr);
+    lock.unlock();
+    fence.Wait();  // the callback replaced is not running any more
     return PDU_STATUS_NOERROR;
 }
 
 T_PDU_ERROR PDU_CALL PDUGetObjectId(T_PDU_OBJT pduObjectType, CHAR8* pShortname, UNUM32* pPduObjectId) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetObjectId")) return e;
     if (pShortname == nullptr || pPduObjectId == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     *pPduObjectId = PDU_ID_UNDEF;
@@ -419,7 +429,7 @@ T_PDU_ERROR PDU_CALL PDUGetObjectId(T_PDU_OBJT pduObjectType, CHAR8* pShortname,
 }
 
 T_PDU_ERROR PDU_CALL PDUGetModuleIds(PDU_MODULE_ITEM** pModuleIdList) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetModuleIds")) return e;
     if (pModuleIdList == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     std::vector<ModuleEntry> entries;
@@ -431,7 +441,7 @@ T_PDU_ERROR PDU_CALL PDUGetModuleIds(PDU_MODULE_ITEM** pModuleIdList) {
 }
 
 T_PDU_ERROR PDU_CALL PDUGetResourceIds(UNUM32 hMod, PDU_RSC_DATA* pResourceIdData, PDU_RSC_ID_ITEM** pResourceIdList) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetResourceIds")) return e;
     if (pResourceIdData == nullptr || pResourceIdList == nullptr ||
         (pResourceIdData->NumPinData > 0 && pResourceIdData->pDLCPinData == nullptr))
@@ -450,7 +460,7 @@ T_PDU_ERROR PDU_CALL PDUGetResourceIds(UNUM32 hMod, PDU_RSC_DATA* pResourceIdDat
 
 T_PDU_ERROR PDU_CALL PDUGetConflictingResources(UNUM32 resourceId, PDU_MODULE_ITEM* pInputModuleList,
                                                 PDU_RSC_CONFLICT_ITEM** pOutputConflictList) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetConflictingResources")) return e;
     if (pOutputConflictList == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     const MdfResource* wanted = Sys().Catalog().FindResource(resourceId);
@@ -477,7 +487,7 @@ T_PDU_ERROR PDU_CALL PDUGetConflictingResources(UNUM32 resourceId, PDU_MODULE_IT
 }
 
 T_PDU_ERROR PDU_CALL PDUGetUniqueRespIdTable(UNUM32 hMod, UNUM32 hCLL, PDU_UNIQUE_RESP_ID_TABLE_ITEM** pUniqueRespIdTable) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetUniqueRespIdTable")) return e;
     if (pUniqueRespIdTable == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;
@@ -487,7 +497,7 @@ T_PDU_ERROR PDU_CALL PDUGetUniqueRespIdTable(UNUM32 hMod, UNUM32 hCLL, PDU_UNIQU
 }
 
 T_PDU_ERROR PDU_CALL PDUSetUniqueRespIdTable(UNUM32 hMod, UNUM32 hCLL, PDU_UNIQUE_RESP_ID_TABLE_ITEM* pUniqueRespIdTable) {
-    std::lock_guard<std::mutex> lock(Sys().Mutex());
+    auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUSetUniqueRespIdTable")) return e;
     if (pUniqueRespIdTable == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;

@@ -9,6 +9,11 @@
 namespace pdusim {
 namespace {
 
+// How long one link may run before the others and the host's calls get their turn.
+constexpr auto kLinkBudget = std::chrono::microseconds(300);
+// How long the scheduler stays out of the lock for a host call that waits for it.
+constexpr auto kCallerGrace = std::chrono::milliseconds(2);
+
 std::string LibraryDirectory() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<void*>(&LibraryDirectory), &info) == 0 || info.dli_fname == nullptr) return ".";
@@ -35,6 +40,13 @@ SimSystem::~SimSystem() {
     if (m_constructed) Destruct(lock);
 }
 
+std::unique_lock<std::mutex> SimSystem::LockForCaller() {
+    m_callersWaiting.fetch_add(1);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_callersWaiting.fetch_sub(1);
+    return lock;
+}
+
 T_PDU_ERROR SimSystem::InjectedFailure(const char* function) const {
     return m_faults.FailureOf(function).value_or(PDU_STATUS_NOERROR);
 }
@@ -53,9 +65,12 @@ T_PDU_ERROR SimSystem::Construct(void* apiTag) {
     m_apiTag = apiTag;
     m_vehicle = std::make_unique<Vehicle>();
     m_vehicle->SetResponseDelayScale(m_faults.SlowFactor());
+    m_errors = {m_catalog.ErrorCodeId("MRVNE_ERR_NO_ECU_RESPONSE"), m_catalog.ErrorCodeId("MRVNE_ERR_UNEXPECTED_FRAME"),
+                m_catalog.ErrorCodeId("MRVNE_ERR_KLINE_INIT_FAILED"), m_catalog.ErrorCodeId("MRVNE_ERR_VCI_LOST")};
     m_modules = MakeSimModules(m_catalog);
     for (auto& module : m_modules) module->plugged = !m_faults.IsMissing(module->number);
     m_timeBase = std::chrono::steady_clock::now();
+    m_trafficEpoch = m_timeBase;
     m_dispatcher = std::make_unique<CallbackDispatcher>();
     m_stopScheduler = false;
     m_scheduler = std::thread(&SimSystem::RunScheduler, this);
@@ -129,6 +144,20 @@ void SimSystem::DestroyLinksOf(SimModule& module) {
         it = &it->second->Module() == &module ? m_links.erase(it) : std::next(it);
 }
 
+CallbackDispatcher::Fence SimSystem::ForgetCallbacks(uint32_t hMod, uint32_t hCLL) {
+    if (m_dispatcher == nullptr) return {};
+    return m_dispatcher->Forget(hMod, hCLL);
+}
+
+CallbackDispatcher::Fence SimSystem::ReplaceCallback(EventQueue& queue, CALLBACKFNC callback, uint32_t hMod,
+                                                     uint32_t hCLL, void* cllTag) {
+    if (queue.callback == callback) return {};
+    queue.callback = callback;
+    CallbackDispatcher::Fence fence = ForgetCallbacks(hMod, hCLL);
+    if (queue.Size() > 0) Post(queue, EventQueue::PushResult::Kept, hMod, hCLL, cllTag);
+    return fence;
+}
+
 uint32_t SimSystem::ResourceStatus(const SimModule& module, uint32_t resourceId) const {
     uint32_t status = 0;
     for (const auto& [handle, link] : m_links) {
@@ -163,10 +192,12 @@ T_PDU_ERROR SimSystem::Plug(uint32_t number, bool plugged) {
     if (module == nullptr) return PDU_ERR_VALUE_NOT_SUPPORTED;
     if (module->plugged == plugged) return PDU_STATUS_NOERROR;
     if (!plugged) {
+        const uint32_t lost = m_errors.vciLost;
+        module->lastError = {PDU_ERR_EVT_LOST_COMM_TO_VCI, PDU_HANDLE_UNDEF, Now(), lost};
         for (auto& [handle, link] : m_links)
             if (&link->Module() == module) {
-                link->lastError = {PDU_ERR_EVT_LOST_COMM_TO_VCI, PDU_HANDLE_UNDEF, Now(), 0};
-                Emit(*link, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, Now(), PDU_ERR_EVT_LOST_COMM_TO_VCI, 0));
+                link->lastError = {PDU_ERR_EVT_LOST_COMM_TO_VCI, PDU_HANDLE_UNDEF, Now(), lost};
+                Emit(*link, ItemFactory::Error(PDU_HANDLE_UNDEF, nullptr, Now(), PDU_ERR_EVT_LOST_COMM_TO_VCI, lost));
                 link->CancelAll(*this);
             }
         DeliverModule(*module, ItemFactory::Status(PDU_HANDLE_UNDEF, nullptr, Now(), PDU_MODST_NOT_AVAIL));
@@ -201,14 +232,47 @@ uint32_t SimSystem::Stamp(SteadyTime time) const {
     return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::microseconds>(time - m_timeBase).count());
 }
 
+bool SimSystem::CanBusWatched(const ComLogicalLink& origin) const {
+    for (const auto& [handle, link] : m_links)
+        if (link.get() != &origin && link->IsMonitor() && link->State() != PDU_CLLST_OFFLINE && link->SharesCanBus(origin))
+            return true;
+    return false;
+}
+
+void SimSystem::OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) {
+    for (auto& [handle, link] : m_links)
+        if (link.get() != &origin && link->IsMonitor() && link->SharesCanBus(origin)) link->HearBusFrames(frames);
+}
+
+void SimSystem::PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) {
+    for (auto& [handle, other] : m_links) {
+        if (other.get() == &origin || &other->Module() != &origin.Module() || other->Resource().id != origin.Resource().id)
+            continue;
+        for (const ParamChange& change : changes)
+            if (other->AdoptPhysicalParam(change))
+                Emit(*other, ItemFactory::Info(Now(), PDU_INFO_PHYS_COMPARAM_CHG, change.after.Id()));
+    }
+}
+
+void SimSystem::LetCallersIn() {
+    const SteadyTime until = std::chrono::steady_clock::now() + kCallerGrace;
+    while (m_callersWaiting.load() > 0 && std::chrono::steady_clock::now() < until) std::this_thread::yield();
+}
+
 void SimSystem::RunScheduler() {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopScheduler) {
-        const SteadyTime now = std::chrono::steady_clock::now();
         SteadyTime next = SteadyTime::max();
         for (auto& [handle, link] : m_links) {
-            link->Run(now, *this);
+            link->Run(*this, std::chrono::steady_clock::now() + kLinkBudget);
             if (const auto due = link->NextDue()) next = std::min(next, *due);
+        }
+        if (next <= std::chrono::steady_clock::now()) {
+            // More is due at once (a back-to-back cyclic send): the host's calls come first.
+            lock.unlock();
+            LetCallersIn();
+            lock.lock();
+            continue;
         }
         if (next == SteadyTime::max()) m_wake.wait(lock);
         else m_wake.wait_until(lock, next);

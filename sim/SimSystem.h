@@ -2,6 +2,7 @@
 // the thread that runs ComPrimitives and the thread that calls the host's callbacks.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <map>
@@ -25,8 +26,9 @@ public:
     static SimSystem& Instance();
     ~SimSystem() override;
 
-    // Lock for every call; the scheduler and the direct CAN functions take it too.
-    std::mutex& Mutex() { return m_mutex; }
+    // The lock of every exported function. The scheduler steps aside while a caller waits for it,
+    // so that a host's calls (a cancel, a disconnect) are never held up by a busy link.
+    std::unique_lock<std::mutex> LockForCaller();
     bool IsConstructed() const { return m_constructed; }
     // Failure code injected for this function, PDU_STATUS_NOERROR when none.
     T_PDU_ERROR InjectedFailure(const char* function) const;
@@ -45,6 +47,12 @@ public:
                                std::vector<uint8_t> createFlags);
     void DestroyLink(uint32_t hCLL);
     void DestroyLinksOf(SimModule& module);
+    // Callbacks of the queue that were not called yet are dropped; wait on the fence with the lock
+    // released, and no callback of the queue runs any more. kAnyLink: every link of the module.
+    CallbackDispatcher::Fence ForgetCallbacks(uint32_t hMod, uint32_t hCLL);
+    // A changed callback of a queue: the old one is not called any more, the new one hears of what waits.
+    CallbackDispatcher::Fence ReplaceCallback(EventQueue& queue, CALLBACKFNC callback, uint32_t hMod, uint32_t hCLL,
+                                              void* cllTag);
     uint32_t ResourceStatus(const SimModule& module, uint32_t resourceId) const;
     // Another link on the same resource of the same module that holds any lock of `mask`.
     ComLogicalLink* LockHolder(const ComLogicalLink& link, uint32_t mask);
@@ -62,12 +70,19 @@ public:
     void Emit(ComLogicalLink& link, PDU_EVENT_ITEM* item) override;
     uint32_t Stamp(SteadyTime time) const override;
     Vehicle& TheVehicle() override { return *m_vehicle; }
+    const VendorErrors& Errors() const override { return m_errors; }
+    bool IdealBus() const override { return m_faults.SlowFactor() == 0; }
+    SteadyTime TrafficEpoch() const override { return m_trafficEpoch; }
+    bool CanBusWatched(const ComLogicalLink& origin) const override;
+    void OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) override;
+    void PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) override;
     void ResetTimestamps() { m_timeBase = std::chrono::steady_clock::now(); }
     uint32_t Now() const { return Stamp(std::chrono::steady_clock::now()); }
 
 private:
     SimSystem() = default;
     void RunScheduler();
+    void LetCallersIn();
     void Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag);
     bool LoadCatalog(std::string& error);
 
@@ -85,6 +100,9 @@ private:
     std::unique_ptr<CallbackDispatcher> m_dispatcher;
     std::thread m_scheduler;
     SteadyTime m_timeBase = std::chrono::steady_clock::now();
+    SteadyTime m_trafficEpoch = std::chrono::steady_clock::now();
+    VendorErrors m_errors;
+    std::atomic<int> m_callersWaiting{0};
     uint32_t m_nextLink = 1;
     uint32_t m_nextCop = 1;
 };

@@ -30,7 +30,8 @@ public:
     // The echo node's answer: same length, every byte + 1, from request id + 1.
     static std::optional<Frame> Answer(const Frame& request);
 
-    // Frames on the bus in one period (nominally 10 ms): a deterministic mix with changing counters.
+    // Frames on the bus in one period (the library plays one every 100 ms): a deterministic mix with
+    // changing counters.
     static std::vector<Bytes> Traffic(uint32_t periodIndex);
 };
 

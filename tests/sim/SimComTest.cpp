@@ -13,27 +13,6 @@ constexpr UNUM32 kKwpResource = 1008;
 constexpr UNUM32 kUdsOtherPinsResource = 1006;
 const Bytes kNone{};
 
-struct ExpectedEntry {
-    UNUM32 type;
-    UNUM32 acceptanceId;
-    Bytes mask;
-    Bytes pattern;
-    std::vector<UNUM32> urids;
-};
-
-bool IsResult(const SeenEvent& e) { return e.type == PDU_IT_RESULT; }
-bool IsError(const SeenEvent& e, T_PDU_ERR_EVT code) { return e.type == PDU_IT_ERROR && e.status == code; }
-
-std::vector<SeenEvent> Results(const std::vector<SeenEvent>& events) {
-    std::vector<SeenEvent> out;
-    std::copy_if(events.begin(), events.end(), std::back_inserter(out), IsResult);
-    return out;
-}
-
-size_t Errors(const std::vector<SeenEvent>& events, T_PDU_ERR_EVT code) {
-    return static_cast<size_t>(std::count_if(events.begin(), events.end(), [&](const SeenEvent& e) { return IsError(e, code); }));
-}
-
 Bytes FirstResult(const std::vector<SeenEvent>& events) {
     const auto results = Results(events);
     return results.empty() ? Bytes{} : results.front().data;
@@ -45,90 +24,7 @@ Bytes WithVin(Bytes head) {
     return head;
 }
 
-class SimComTest : public SimFixture {
-protected:
-    // Starts with the given flag bytes and expected responses; 0 when the start failed.
-    UNUM32 StartWith(UNUM32 hCLL, T_PDU_COPT type, Bytes pdu, Bytes flags = Bytes(4, 0),
-                     const std::vector<ExpectedEntry>& expected = {}, T_PDU_ERROR* result = nullptr) {
-        std::vector<PDU_EXP_RESP_DATA> entries;
-        for (const ExpectedEntry& e : expected)
-            entries.push_back({e.type, e.acceptanceId, static_cast<UNUM32>(e.mask.size()), const_cast<uint8_t*>(e.mask.data()),
-                               const_cast<uint8_t*>(e.pattern.data()), static_cast<UNUM32>(e.urids.size()),
-                               const_cast<UNUM32*>(e.urids.data())});
-        PDU_COP_CTRL_DATA control{0, 1, 1, 0, {static_cast<UNUM32>(flags.size()), flags.data()},
-                                  static_cast<UNUM32>(entries.size()), entries.empty() ? nullptr : entries.data()};
-        UNUM32 hCop = 0;
-        const T_PDU_ERROR e = api.PDUStartComPrimitive(kModule, hCLL, type, static_cast<UNUM32>(pdu.size()),
-                                                       pdu.empty() ? nullptr : pdu.data(), &control, nullptr, &hCop);
-        if (result != nullptr) *result = e;
-        else EXPECT_EQ(e, PDU_STATUS_NOERROR);
-        return e == PDU_STATUS_NOERROR ? hCop : 0;
-    }
-
-    std::vector<SeenEvent> Run(UNUM32 hCLL, T_PDU_COPT type, Bytes pdu, Bytes flags = Bytes(4, 0),
-                               const std::vector<ExpectedEntry>& expected = {}) {
-        const UNUM32 hCop = StartWith(hCLL, type, std::move(pdu), std::move(flags), expected);
-        return hCop != 0 ? Collect(hCLL, hCop) : std::vector<SeenEvent>{};
-    }
-
-    T_PDU_STATUS LinkState(UNUM32 hCLL) {
-        T_PDU_STATUS status = 0;
-        UNUM32 timestamp = 0, extra = 0;
-        EXPECT_EQ(api.PDUGetStatus(kModule, hCLL, PDU_HANDLE_UNDEF, &status, &timestamp, &extra), PDU_STATUS_NOERROR);
-        return status;
-    }
-
-    void SetUnum32(UNUM32 hCLL, const char* name, UNUM32 value) {
-        PDU_PARAM_ITEM item{PDU_IT_PARAM, api.ComParamId(name), PDU_PT_UNUM32, 0, &value};
-        ASSERT_EQ(api.PDUSetComParam(kModule, hCLL, &item), PDU_STATUS_NOERROR) << name;
-    }
-
-    void SetBytes(UNUM32 hCLL, const char* name, Bytes value) {
-        PDU_PARAM_BYTEFIELD_DATA field{12, static_cast<UNUM32>(value.size()), value.data()};
-        PDU_PARAM_ITEM item{PDU_IT_PARAM, api.ComParamId(name), PDU_PT_BYTEFIELD, 0, &field};
-        ASSERT_EQ(api.PDUSetComParam(kModule, hCLL, &item), PDU_STATUS_NOERROR) << name;
-    }
-
-    void Activate(UNUM32 hCLL) { Run(hCLL, PDU_COPT_UPDATEPARAM, {}); }
-
-    // A UDS link that gives up waiting after 20 ms.
-    UNUM32 QuickUdsLink(UNUM32 resource = kUdsResource) {
-        const UNUM32 hCLL = OpenLink(resource);
-        SetUnum32(hCLL, "CP_P2Max", 20000);
-        Activate(hCLL);
-        return hCLL;
-    }
-
-    void SetUrid(UNUM32 hCLL, UNUM32 request, UNUM32 response) {
-        PDU_PARAM_ITEM params[2] = {
-            {PDU_IT_PARAM, api.ComParamId("CP_CanPhysReqId"), PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, &request},
-            {PDU_IT_PARAM, api.ComParamId("CP_CanRespUSDTId"), PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, &response}};
-        PDU_ECU_UNIQUE_RESP_DATA entry{7, 2, params};
-        PDU_UNIQUE_RESP_ID_TABLE_ITEM table{PDU_IT_UNIQUE_RESP_ID_TABLE, 1, &entry};
-        ASSERT_EQ(api.PDUSetUniqueRespIdTable(kModule, hCLL, &table), PDU_STATUS_NOERROR);
-    }
-
-    // Drains the link's queue until `done` holds for what came so far, or a generous bound passes.
-    std::vector<SeenEvent> CollectUntil(UNUM32 hCLL, const std::function<bool(const std::vector<SeenEvent>&)>& done) {
-        std::vector<SeenEvent> events;
-        while (!done(events)) {
-            const unsigned long seen = CallbackCounter::Instance().Count();
-            PDU_EVENT_ITEM* item = nullptr;
-            bool any = false;
-            while (api.PDUGetEventItem(kModule, hCLL, &item) == PDU_STATUS_NOERROR) {
-                events.push_back(Copy(*item));
-                api.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
-                any = true;
-            }
-            if (!any && !CallbackCounter::Instance().WaitBeyond(seen)) break;
-        }
-        return events;
-    }
-
-    T_PDU_ERROR IoCtl(UNUM32 hCLL, const char* name, PDU_DATA_ITEM* input) {
-        return api.PDUIoCtl(kModule, hCLL, api.IoCtlId(name), input, nullptr);
-    }
-};
+using SimComTest = SimFixture;
 
 TEST_F(SimComTest, KLineNeedsStartCommunicationAndAnswersKwp) {
     const UNUM32 hCLL = OpenLink(kKwpResource);
@@ -360,23 +256,6 @@ TEST_F(SimComTest, ResourceLocksKeepOtherLinksOut) {
     EXPECT_EQ(refused, PDU_ERR_RSC_LOCKED);
 }
 
-// Counts DATA_LOST callbacks of one link.
-struct LostCounter {
-    static inline std::mutex mutex;
-    static inline unsigned long lost = 0;
-    static void PDU_CALL Callback(T_PDU_EVT_DATA type, UNUM32 hMod, UNUM32 hCLL, void* tag, void* apiTag) {
-        if (type == PDU_EVT_DATA_LOST) {
-            std::lock_guard<std::mutex> lock(mutex);
-            ++lost;
-        }
-        CallbackCounter::Callback(type, hMod, hCLL, tag, apiTag);
-    }
-    static unsigned long Lost() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return lost;
-    }
-};
-
 TEST_F(SimComTest, EventQueuePropertiesLimitTheLinkQueue) {
     const struct {
         const char* what;
@@ -393,18 +272,18 @@ TEST_F(SimComTest, EventQueuePropertiesLimitTheLinkQueue) {
         PDU_DATA_ITEM item{PDU_IT_IO_EVENT_QUEUE_PROPERTY, &properties};
         ASSERT_EQ(IoCtl(hCLL, "PDU_IOCTL_SET_EVENT_QUEUE_PROPERTIES", &item), PDU_STATUS_NOERROR) << c.what;
         ASSERT_EQ(api.PDUConnect(kModule, hCLL), PDU_STATUS_NOERROR);
-        const unsigned long lostBefore = LostCounter::Lost();
+        const unsigned long lostBefore = LostCounter::Lost(hCLL);
         const UNUM32 hCop = StartWith(hCLL, PDU_COPT_SENDRECV, {0x3E, 0x00});
         // Nobody reads until the ComPrimitive has ended; the bound only keeps a broken build from hanging.
         T_PDU_STATUS status = 0;
         UNUM32 timestamp = 0, extra = 0;
         for (int i = 0; i < 10000; ++i) {
             ASSERT_EQ(api.PDUGetStatus(kModule, hCLL, hCop, &status, &timestamp, &extra), PDU_STATUS_NOERROR);
-            if (status == PDU_COPST_FINISHED && LostCounter::Lost() > lostBefore) break;
+            if (status == PDU_COPST_FINISHED && LostCounter::Lost(hCLL) > lostBefore) break;
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         EXPECT_EQ(status, PDU_COPST_FINISHED) << c.what;
-        EXPECT_GT(LostCounter::Lost(), lostBefore) << c.what;
+        EXPECT_GT(LostCounter::Lost(hCLL), lostBefore) << c.what;
         std::vector<std::pair<T_PDU_IT, UNUM32>> kept;
         PDU_EVENT_ITEM* event = nullptr;
         while (api.PDUGetEventItem(kModule, hCLL, &event) == PDU_STATUS_NOERROR) {

@@ -80,7 +80,7 @@ TEST_F(SimFixture, UridTableRoundTripAndResultUrid) {
 TEST_F(SimFixture, CyclicSendUntilCancelled) {
     const UNUM32 hCLL = OpenLink(kUdsResource);
     const UNUM32 hCop = Start(hCLL, {0x3E, 0x00}, -1, 1, 10);
-    auto events = Collect(hCLL, hCop, 8);
+    auto events = Collect(hCLL, hCop, 10);  // ONLINE, then three cycles
     EXPECT_GE(CountIf(events, [](const SeenEvent& e) { return e.type == PDU_IT_RESULT; }), 3u);
     ASSERT_EQ(api.PDUCancelComPrimitive(kModule, hCLL, hCop), PDU_STATUS_NOERROR);
     events = Collect(hCLL, hCop);
