@@ -35,6 +35,7 @@ void CallbackDispatcher::Post(const CallbackCall& call) {
         });
         if (waiting) return;
         m_state->calls.push_back(call);
+        m_state->calls.back().due = std::chrono::steady_clock::now() + kLatency;
     }
     m_state->wake.notify_one();
 }
@@ -67,6 +68,12 @@ void CallbackDispatcher::Run(std::shared_ptr<State> state) {
     for (;;) {
         state->wake.wait(lock, [&] { return state->stop || !state->calls.empty(); });
         if (state->stop) return;
+        const auto due = state->calls.front().due;
+        if (std::chrono::steady_clock::now() < due) {
+            // A Forget may take the call away meanwhile: look again when it is due.
+            state->wake.wait_until(lock, due, [&] { return state->stop; });
+            continue;
+        }
         state->current = state->calls.front();
         state->calls.pop_front();
         state->running = true;

@@ -2,6 +2,7 @@
 // lock of the library held, so a callback may call back into the API (even PDUDestruct).
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -20,6 +21,7 @@ struct CallbackCall {
     uint32_t hCLL = PDU_HANDLE_UNDEF;
     void* cllTag = nullptr;
     void* apiTag = nullptr;
+    std::chrono::steady_clock::time_point due{};  // set by Post
 };
 
 class CallbackDispatcher {
@@ -28,6 +30,9 @@ class CallbackDispatcher {
 public:
     // Matches every link of a module in Forget.
     static constexpr uint32_t kAnyLink = PDU_ID_UNDEF;
+    // A host hears of an event a little after it happened, as over a VCI's USB link: never inside,
+    // or right behind, the call that caused it.
+    static constexpr std::chrono::microseconds kLatency{1000};
 
     // Lets a caller wait, with the library's lock released, until no callback of a queue runs.
     class Fence {

@@ -131,11 +131,13 @@ void CLinkBaseDlg::LoadPduHistory(controls::ComboBox& combo)
 void CLinkBaseDlg::SavePduHistory(controls::ComboBox& combo)
 {
     const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
+    std::vector<std::pair<std::string, std::string>> keys;
     for (int i = 0; i < combo.GetCount(); ++i) {
         combo.SetCurSel(i);
         const std::string text = combo.GetWindowText();
-        if (!text.empty()) platform::ProfileFile::WriteString(ini, "PDU", std::to_string(i).c_str(), text.c_str());
+        if (!text.empty()) keys.emplace_back(std::to_string(i), text);
     }
+    platform::ProfileFile::WriteStrings(ini, "PDU", keys);
 }
 
 void CLinkBaseDlg::SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params,

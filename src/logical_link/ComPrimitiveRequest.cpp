@@ -58,8 +58,12 @@ bool ComPrimitiveRequest::SetControl(const ControlFields& fields, const PDU_FLAG
     if (ParseLong32(fields.cycleTime, 0) == INT32_MAX) fault = true;
     control.Time = ParseULong32(fields.cycleTime, 0);
     control.TempParamUpdate = fields.tempParamState;
-    control.TxFlag = txFlags;
-    if (txFlags.NumFlagBytes == 0 || !txFlags.pFlagData) fault = true;
+    if (txFlags.NumFlagBytes == 0 || !txFlags.pFlagData) {
+        fault = true;
+    } else {
+        m_txFlagBytes.assign(txFlags.pFlagData, txFlags.pFlagData + txFlags.NumFlagBytes);
+        control.TxFlag = PDU_FLAG_DATA{txFlags.NumFlagBytes, m_txFlagBytes.data()};
+    }
     return !fault;
 }
 

@@ -27,8 +27,8 @@ struct ControlFields {
 
 class ComPrimitiveRequest {
 public:
-    // Control data from the fields and the Tx flag record (its pointer is shared, not copied).
-    // False on a fault.
+    // Control data from the fields and the Tx flag record, whose bytes the request copies: the
+    // window may free its record while the library still reads. False on a fault.
     bool SetControl(const ControlFields& fields, const PDU_FLAG_DATA& txFlags);
     // "NoExpResp" makes one entry nothing can match; otherwise one entry per response in use,
     // the negative first with ResponseType 1, the positive last.
@@ -40,6 +40,7 @@ public:
     PDU_COP_CTRL_DATA* Control();
 
 private:
+    std::vector<UNUM8> m_txFlagBytes;
     std::vector<PDU_EXP_RESP_DATA> m_expected;
     std::vector<std::array<uint8_t, 4>> m_masks;
     std::vector<std::array<uint8_t, 4>> m_patterns;

@@ -369,24 +369,25 @@ void LinkComParams::SaveUridTable(const std::string& iniPath, const std::string&
     for (UNUM32 e = 0; e < item->NumEntries; ++e) {
         const PDU_ECU_UNIQUE_RESP_DATA& entry = item->pUniqueData[e];
         const std::string section = Printf("URID_%s=%d", protocolName.c_str(), static_cast<int>(entry.UniqueRespIdentifier));
+        std::vector<std::pair<std::string, std::string>> keys;
         for (UNUM32 p = 0; p < entry.NumParamItems; ++p) {
             const PDU_PARAM_ITEM& param = entry.pParams[p];
             if (!param.pComParamData || param.ComParamDataType == PDU_PT_LONGFIELD) continue;
-            const ComParamInfo* info = FindById(param.ComParamId);
-            if (!info) continue;
-            platform::ProfileFile::WriteString(iniPath, section.c_str(), info->name.c_str(),
-                                               ValueText(param.pComParamData, param.ComParamDataType, true).c_str());
+            if (const ComParamInfo* info = FindById(param.ComParamId))
+                keys.emplace_back(info->name, ValueText(param.pComParamData, param.ComParamDataType, true));
         }
+        platform::ProfileFile::WriteStrings(iniPath, section.c_str(), keys);
     }
 }
 
 void LinkComParams::SaveValues(const std::string& iniPath, const std::string& protocolName) const
 {
+    std::vector<std::pair<std::string, std::string>> keys;
     for (const ComParamInfo& entry : ProtocolComParams) {
         if (!entry.value || entry.comParamClass == PDU_PC_UNIQUE_ID) continue;
-        platform::ProfileFile::WriteString(iniPath, protocolName.c_str(), entry.name.c_str(),
-                                           ValueText(entry.value, entry.dataType, false).c_str());
+        keys.emplace_back(entry.name, ValueText(entry.value, entry.dataType, false));
     }
+    platform::ProfileFile::WriteStrings(iniPath, protocolName.c_str(), keys);
 }
 
 void LinkComParams::FreeAll()

@@ -222,8 +222,11 @@ bool LoLiDialogKeldaPDUAPI::OnInitDialog()
     if (!loaded) return false;
     m_params.LoadAndSetUridTable(m_pMainDlg->GetIniPath(), m_protocolName, m_hMod, m_hCLL);
 
-    m_txFlagBytes.assign(4, 0);
-    m_txFlags = PDU_FLAG_DATA{4, m_txFlagBytes.data()};
+    {
+        std::lock_guard lock(m_txFlagsLock);
+        m_txFlagBytes.assign(4, 0);
+        m_txFlags = PDU_FLAG_DATA{4, m_txFlagBytes.data()};
+    }
     m_positiveResponse = ResponseMask{1, {0x00}, {0x00}, "00", "00"};
     m_negativeResponse = ResponseMask{0, {0xFF}, {0x7F}, "FF", "7F"};
 
@@ -352,8 +355,11 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedCloseWindow()
     const bool destroyed = DestroyLinkForClose(status);
     m_lastStatus = status;
     if (!destroyed) return;
-    m_txFlags = PDU_FLAG_DATA{0, nullptr};
-    m_txFlagBytes.clear();
+    {
+        std::lock_guard lock(m_txFlagsLock);
+        m_txFlags = PDU_FLAG_DATA{0, nullptr};
+        m_txFlagBytes.clear();
+    }
     SaveAndFreeLinkSettings(m_PduCombo, m_params, m_lastFolder);
     StopWorkers();
     m_semaphoresOpen = false;

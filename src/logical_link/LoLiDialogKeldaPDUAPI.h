@@ -145,6 +145,8 @@ public:
     std::atomic<T_PDU_COPT> m_copType{PDU_COPT_SENDRECV};
     std::atomic<T_PDU_ERROR> m_lastStatus{PDU_STATUS_NOERROR};
     std::mutex CoPLock;
+    // The transmit thread copies the flags while the dialog edits or frees them.
+    std::mutex m_txFlagsLock;
     std::vector<UNUM8> m_txFlagBytes;
     PDU_FLAG_DATA m_txFlags{0, nullptr};
     std::mutex CoPComboLock;

@@ -76,7 +76,10 @@ uint32_t LoLiDialogKeldaPDUAPI::StartComPrimitive(T_PDU_COPT type)
     if (!fine) return 0;
     ControlFields fields{m_RecCountEdit.GetWindowText(), m_SendCountEdit.GetWindowText(),
                          m_CycleTimeEdit.GetWindowText(), static_cast<uint32_t>(m_TempParCheck.GetCheck())};
-    fine = request.SetControl(fields, m_txFlags);
+    {
+        std::lock_guard lock(m_txFlagsLock);
+        fine = request.SetControl(fields, m_txFlags);
+    }
     request.SetExpectedResponses((m_NoExpRespCheck.GetCheck() & 1) != 0, m_positiveResponse, m_negativeResponse);
     if (!fine) return 0;
 
@@ -175,8 +178,20 @@ void LoLiDialogKeldaPDUAPI::SignalSyncEvent()
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedTxFlags()
 {
-    TxFlagsDlg dialog(m_ui, &m_txFlags);
+    // The dialog edits a copy; the transmit thread may read the flags meanwhile.
+    std::vector<UNUM8> bytes;
+    PDU_FLAG_DATA flags;
+    {
+        std::lock_guard lock(m_txFlagsLock);
+        bytes = m_txFlagBytes;
+        flags = PDU_FLAG_DATA{m_txFlags.NumFlagBytes, m_txFlags.pFlagData ? bytes.data() : nullptr};
+    }
+    TxFlagsDlg dialog(m_ui, &flags);
     m_ui.RunModal(dialog);
+    std::lock_guard lock(m_txFlagsLock);
+    if (!m_txFlags.pFlagData || !flags.pFlagData) return;  // freed by a close meanwhile
+    m_txFlagBytes = bytes;
+    m_txFlags = PDU_FLAG_DATA{flags.NumFlagBytes, m_txFlagBytes.data()};
 }
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedExpResp()

@@ -170,6 +170,17 @@ bool ProfileFile::WriteString(const std::string& path, const char* section, cons
     });
 }
 
+bool ProfileFile::WriteStrings(const std::string& path, const char* section,
+                               const std::vector<std::pair<std::string, std::string>>& keys)
+{
+    if (!section || keys.empty())
+        return section != nullptr;
+    return Update(path, [&](ProfileDocument& document) {
+        for (const auto& [key, value] : keys)
+            document.SetValue(section, key, value);
+    });
+}
+
 bool ProfileFile::WriteSection(const std::string& path, const char* section, const std::vector<std::string>& lines)
 {
     if (!section)

@@ -28,6 +28,9 @@ public:
     // key == nullptr deletes the section, value == nullptr deletes the key.
     static bool WriteString(const std::string& path, const char* section, const char* key,
                             const char* value);
+    // Many keys of one section in one update: the file ends as a WriteString a key would leave it.
+    static bool WriteStrings(const std::string& path, const char* section,
+                             const std::vector<std::pair<std::string, std::string>>& keys);
     // Replaces the section's keys by the given "key=value" lines (lines without '=' are skipped).
     static bool WriteSection(const std::string& path, const char* section,
                              const std::vector<std::string>& lines);

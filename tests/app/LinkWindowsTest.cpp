@@ -47,6 +47,12 @@ protected:
     void Tick() { m_dlg->OnTimer(CQuillonDlg::kLogTimerId); }
 };
 
+size_t ActiveCoPs(LoLiDialogKeldaPDUAPI& link)
+{
+    std::lock_guard lock(link.CoPLock);
+    return link.m_activeCoPs.size();
+}
+
 bool LogHas(controls::PrintListCtrl& log, const std::string& pattern)
 {
     const std::regex re(pattern);
@@ -125,14 +131,11 @@ TEST_F(LinkWindowsTest, SyncModeIsOneEventForEveryWindow)
     a.m_PduCombo.SetWindowText("22,F1,90");
     a.m_RepeatEdit.SetWindowText("2");
     a.m_KdServiceButton.Click();
-    ASSERT_TRUE(WaitFor([&] { return a.m_activeCoPs.size() == 1; }));
+    ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(a) == 1; }));
     // ...until a ComPrimitive of B ends.
     b.m_PduCombo.SetWindowText("22,F1,90");
     b.m_KdServiceButton.Click();
-    ASSERT_TRUE(WaitFor([&] {
-        std::lock_guard lock(a.CoPLock);
-        return a.m_activeCoPs.size() == 2;
-    }));
+    ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(a) == 2; }));
 }
 
 TEST_F(LinkWindowsTest, CloseGivesUpOnAWorkerThatDoesNotEnd)
@@ -146,7 +149,7 @@ TEST_F(LinkWindowsTest, CloseGivesUpOnAWorkerThatDoesNotEnd)
     link.m_PduCombo.SetWindowText("22,F1,90");
     link.m_RepeatEdit.SetWindowText("2");
     link.m_KdServiceButton.Click();
-    ASSERT_TRUE(WaitFor([&] { return link.m_activeCoPs.size() == 1; }));
+    ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(link) == 1; }));
     std::shared_ptr<CLinkBaseDlg> held = link.shared_from_this();
     link.m_CloseButton.Click();
     link.m_CloseWindowButton.Click();
