@@ -3,6 +3,8 @@
 function(quillon_module folder)
   cmake_parse_arguments(M "" "" "DEPS" ${ARGN})
   file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+  # A folder's main.cpp is its program's, never the library's (a test has a main of its own).
+  list(FILTER srcs EXCLUDE REGEX "/main\\.cpp$")
   if(srcs)
     add_library(quillon_${folder} STATIC ${srcs})
     target_include_directories(quillon_${folder} PUBLIC ${PROJECT_SOURCE_DIR}/src)

@@ -266,8 +266,7 @@ bool ScriptDriver::CmdModal(const std::vector<std::string>& w)
     Dialog* modal = m_modals.back();
     const bool ok = w.size() > 1 && w[1] == "ok";
     // A dialog's own OK or Cancel button runs its checks; without one the dialog just ends.
-    auto* button = dynamic_cast<controls::Button*>(modal->FindControlByName(ok ? "OK" : "Cancel"));
-    if (button && modal->HasHandler(button->Id(), controls::Notification::Clicked))
+    if (controls::Button* button = modal->DialogButton(ok ? ui::IDOK : ui::IDCANCEL))
         button->Click();
     else
         modal->EndDialog(ok ? ui::IDOK : ui::IDCANCEL);

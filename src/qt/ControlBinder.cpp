@@ -4,13 +4,17 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QStandardItemModel>
+#include <QStyle>
 #include <QStyleOptionComboBox>
+#include <QStyleOptionFrame>
 #include <QStylePainter>
+#include <QToolTip>
 #include <memory>
 #include <mutex>
 
@@ -114,9 +118,26 @@ void Attach(controls::Control& control, QWidget* widget, std::function<void()> s
     syncer->sync();
 }
 
+// An edit whose text the field cuts shows the whole text as its tooltip.
+struct CutTextTip : QObject {
+    using QObject::QObject;
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        auto* edit = qobject_cast<QLineEdit*>(watched);
+        if (!edit || event->type() != QEvent::ToolTip || !edit->toolTip().isEmpty()) return false;
+        auto* help = static_cast<QHelpEvent*>(event);
+        if (ControlBinder::FittingWidth(edit, edit->text()) > edit->width())
+            QToolTip::showText(help->globalPos(), edit->text(), edit);
+        else
+            QToolTip::hideText();
+        return true;
+    }
+};
+
 QWidget* BindEdit(controls::Edit& edit, QWidget* parent)
 {
     auto* w = new QLineEdit(parent);
+    w->installEventFilter(new CutTextTip(w));
     QObject::connect(w, &QLineEdit::textEdited, w, [&edit](const QString& t) { edit.SetWindowText(t.toStdString()); });
     Attach(edit, w, [&edit, w] {
         const QString text = Text(edit.GetWindowText());
@@ -242,6 +263,54 @@ QWidget* CreateBound(controls::Control& control, QWidget* parent)
     if (auto* button = dynamic_cast<controls::Button*>(&control)) return BindButton(*button, parent);
     if (auto* label = dynamic_cast<controls::Static*>(&control)) return BindStatic(*label, parent);
     return new QLabel(Text(control.Caption()), parent);
+}
+
+QLabel* CreatePicture(controls::Static& picture, const QPixmap& pixmap, QWidget* parent)
+{
+    auto* w = new QLabel(parent);
+    w->setObjectName(QStringLiteral("control_%1").arg(picture.Id()));
+    w->setPixmap(pixmap);
+    Attach(picture, w, [&picture, w] {
+        w->setToolTip(Text(picture.Caption()));
+        ApplyCommonState(picture, w);
+    });
+    return w;
+}
+
+QLabel* CreateTextView(controls::Edit& edit, QWidget* parent)
+{
+    auto* w = new QLabel(parent);
+    w->setObjectName(QStringLiteral("control_%1").arg(edit.Id()));
+    w->setTextFormat(Qt::PlainText);
+    w->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    w->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+    w->setMargin(4);
+    w->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    Attach(edit, w, [&edit, w] {
+        // The edit's line ends are the platform's "\r\n".
+        w->setText(Text(edit.GetWindowText()).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+        ApplyCommonState(edit, w);
+    });
+    return w;
+}
+
+int FittingWidth(const QLineEdit* edit, const QString& text)
+{
+    // As QLineEdit's own size hint counts: its text margins, its contents margins, its frame.
+    constexpr int kHorizontalMargin = 2;
+    const QMargins tm = edit->textMargins();
+    const QMargins cm = edit->contentsMargins();
+    const int inner = edit->fontMetrics().horizontalAdvance(text) + 2 * kHorizontalMargin + tm.left() + tm.right() +
+                      cm.left() + cm.right() + 1;  // the cursor
+    QStyleOptionFrame option;
+    option.initFrom(edit);
+    option.lineWidth = edit->hasFrame() ? edit->style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, edit) : 0;
+    return edit->style()->sizeFromContents(QStyle::CT_LineEdit, &option, QSize(inner, edit->height()), edit).width();
+}
+
+void FitLongestValue(QLineEdit* edit, const QString& longest)
+{
+    edit->setMinimumWidth(FittingWidth(edit, longest));
 }
 
 void SyncAll(QWidget* root)

@@ -1,38 +1,85 @@
 #include "qt/LogView.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QFontDatabase>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QScreen>
+#include <QScrollBar>
+#include <QStyle>
+#include <QToolTip>
+#include <algorithm>
 
 #include "qt/PrintListModel.h"
+
+namespace {
+
+// Rows measured at most per flush; rows beyond that are measured when they scroll into view.
+constexpr int kMeasureLimit = 2000;
+
+}  // namespace
+
+QFont LogView::ReadableFixedFont() {
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    const QFont text = QApplication::font();
+    const auto points = [](const QFont& f) {
+        if (f.pointSizeF() > 0)
+            return f.pointSizeF();
+        // A size in pixels: the same in points on this screen.
+        const QScreen* screen = QGuiApplication::primaryScreen();
+        return f.pixelSize() * 72.0 / (screen ? screen->logicalDotsPerInchY() : 96.0);
+    };
+    font.setPointSizeF(std::max({points(font), points(text), kMinimumPoints}));
+    font.setStyleHint(QFont::Monospace);
+    font.setFixedPitch(true);
+    return font;
+}
 
 LogView::LogView(controls::PrintListCtrl& list, int columns, QWidget* parent)
     : QTableView(parent), m_list(list), m_model(new PrintListModel(list, columns, this)) {
     setModel(m_model);
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPointSizeF(FONT_POINTS);
-    setFont(font);
+    setFont(ReadableFixedFont());
+    m_charWidth = std::max(1, fontMetrics().maxWidth());
+    m_textMargins = TextWidth(QString());
     horizontalHeader()->hide();
     verticalHeader()->hide();
     // Fixed row heights keep a view of 20000 rows from measuring them.
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(QFontMetrics(font).height() + 2);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 2);
+    horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    horizontalHeader()->setMinimumSectionSize(1);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     setShowGrid(false);
     setWordWrap(false);
+    setTextElideMode(Qt::ElideNone);  // a cut row is cut, and says so in its tooltip
     setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
-    auto headers = list.Columns();
-    for (int col = 0; col < columns; ++col)
-        setColumnWidth(col, col < static_cast<int>(headers.size()) ? headers[col].width : 600);
+    m_longest.assign(static_cast<size_t>(columns), 0);
+    ApplyColumnWidths();
 
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this, &LogView::SelectionToList);
     connect(m_model, &PrintListModel::flushed, this, [this] { scrollToBottom(); });
     connect(m_model, &QAbstractItemModel::modelReset, this, &LogView::SelectionFromList);
+    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+        ForgetWidths();
+        MeasureRows(std::max(0, m_model->rowCount() - kMeasureLimit), m_model->rowCount() - 1);
+    });
+    connect(m_model, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& from, const QModelIndex& to) {
+        MeasureRows(std::max(from.row(), to.row() + 1 - kMeasureLimit), to.row());
+    });
+    // Rows that a flush left unmeasured are measured when the user scrolls to them.
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] {
+        const int first = rowAt(0);
+        const int last = rowAt(viewport()->height() - 1);
+        if (first >= 0)
+            MeasureRows(first, last < 0 ? m_model->rowCount() - 1 : last);
+    });
     // The list's selection may change by program (select all, a clear); show it on the UI thread.
     // Reports that come in a burst are shown once.
     m_observer = list.AddObserver([this](const controls::Control&) {
@@ -128,4 +175,101 @@ void LogView::SelectionFromList() {
     m_syncing = true;
     selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     m_syncing = false;
+}
+
+int LogView::TextWidth(const QString& text) const {
+    // The item delegate keeps this margin on either side of a cell's text.
+    const int margin = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
+    return fontMetrics().horizontalAdvance(text) + 2 * margin + 1;
+}
+
+void LogView::MeasureRows(int first, int last) {
+    const int columns = m_model->columnCount();
+    if (static_cast<int>(m_longest.size()) < columns)
+        m_longest.resize(static_cast<size_t>(columns), 0);
+    bool wider = false;
+    last = std::min(last, m_model->rowCount() - 1);
+    for (int row = std::max(first, 0); row <= last; ++row) {
+        for (int col = 0; col < columns; ++col) {
+            const QString text = m_model->data(m_model->index(row, col)).toString();
+            int& longest = m_longest[static_cast<size_t>(col)];
+            // No text is wider than its length in the font's widest character: most rows need
+            // no measuring at all.
+            if (text.size() * m_charWidth + m_textMargins <= longest)
+                continue;
+            const int width = TextWidth(text);
+            if (width > longest) {
+                longest = width;
+                wider = true;
+            }
+        }
+    }
+    if (wider)
+        ApplyColumnWidths();
+}
+
+void LogView::ForgetWidths() {
+    std::fill(m_longest.begin(), m_longest.end(), 0);
+    ApplyColumnWidths();
+}
+
+void LogView::ApplyColumnWidths() {
+    const int columns = m_model->columnCount();
+    if (columns == 0)
+        return;
+    const auto headers = m_list.Columns();
+    const auto longest = [this](int col) {
+        return col < static_cast<int>(m_longest.size()) ? m_longest[static_cast<size_t>(col)] : 0;
+    };
+    int used = 0;
+    for (int col = 0; col + 1 < columns; ++col) {
+        const int asked = col < static_cast<int>(headers.size()) ? headers[static_cast<size_t>(col)].width : 0;
+        const int width = std::max(asked, longest(col));
+        if (columnWidth(col) != width)
+            setColumnWidth(col, width);
+        used += width;
+    }
+    const int last = columns - 1;
+    const int width = std::max(longest(last), viewport()->width() - used);
+    if (columnWidth(last) != width)
+        setColumnWidth(last, width);
+}
+
+QString LogView::ToolTipAt(const QPoint& viewportPos) const {
+    const QModelIndex index = indexAt(viewportPos);
+    if (!index.isValid())
+        return {};
+    const QString text = m_model->data(index).toString();
+    if (text.isEmpty())
+        return {};
+    const QRect cell = visualRect(index);
+    const QRect shown = cell.intersected(viewport()->rect());
+    // Whole when the text's span, margins included, lies inside what the view shows of the cell.
+    const int textRight = cell.left() + TextWidth(text);
+    const bool whole = cell.left() >= shown.left() && textRight <= shown.right() + 1;
+    return whole ? QString() : text;
+}
+
+bool LogView::viewportEvent(QEvent* event) {
+    switch (event->type()) {
+    case QEvent::Resize: {
+        const bool handled = QTableView::viewportEvent(event);
+        ApplyColumnWidths();
+        return handled;
+    }
+    case QEvent::ToolTip: {
+        auto* help = static_cast<QHelpEvent*>(event);
+        const QString tip = ToolTipAt(help->pos());
+        if (tip.isEmpty()) {
+            QToolTip::hideText();
+            event->ignore();
+        } else {
+            const QModelIndex index = indexAt(help->pos());
+            QToolTip::showText(help->globalPos(), tip, viewport(), visualRect(index));
+        }
+        return true;
+    }
+    default:
+        return QTableView::viewportEvent(event);
+    }
 }

@@ -4,22 +4,32 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 #include "app/CQuillonDlg.h"
+#include "qt/Artwork.h"
 #include "qt/ControlBinder.h"
 
 namespace {
+
+// The longest values the logic writes into the fields that show them (Part 1.5): all three
+// status words negated, the longest protocol and bus type short names of the maker's MDF, and
+// four DLC pins.
+constexpr const char* kLongestStatus = "NOT_USED |NOT_AVAILABLE |NOT_LOCKED";
+constexpr const char* kLongestProtocol = "MSP_MRVNE_ISO_11898_onboard";
+constexpr const char* kLongestBusType = "ISO_11898_2_DWFTCAN";
+constexpr const char* kLongestPins = "Pins 16 & 16 & 16 & 16";
 
 QWidget* W(controls::Control& c, QWidget* parent)
 {
     return ControlBinder::CreateWidget(c, parent);
 }
 
-// A caption above its control, as the dialog shows its combo and edit labels.
-QWidget* Labelled(controls::Control& c, QWidget* parent)
+// A caption above its control, as the dialog shows its combo and edit labels. The pair keeps
+// its height, so that a taller neighbour never pulls the caption away from its field.
+QWidget* Labelled(controls::Control& c, QWidget* parent, QWidget** field = nullptr)
 {
     auto* box = new QWidget(parent);
     auto* layout = new QVBoxLayout(box);
@@ -30,29 +40,18 @@ QWidget* Labelled(controls::Control& c, QWidget* parent)
     label->setBuddy(widget);
     layout->addWidget(label);
     layout->addWidget(widget);
+    box->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    if (field) *field = widget;
     return box;
 }
 
-// The maker's bitmap on the button beside "About Morvane".
-QPixmap MakerBitmap()
+// As Labelled, for an edit that must show `longest` whole.
+QWidget* LabelledFit(controls::Edit& e, QWidget* parent, const char* longest)
 {
-    QPixmap pixmap(96, 24);
-    pixmap.fill(Qt::transparent);
-    QPainter p(&pixmap);
-    p.setRenderHint(QPainter::Antialiasing);
-    QLinearGradient gradient(0, 0, 96, 0);
-    gradient.setColorAt(0, QColor(0x1f, 0x4e, 0x79));
-    gradient.setColorAt(1, QColor(0x2e, 0x86, 0xc1));
-    p.setBrush(gradient);
-    p.setPen(Qt::NoPen);
-    p.drawRoundedRect(pixmap.rect(), 4, 4);
-    p.setPen(Qt::white);
-    QFont font = p.font();
-    font.setBold(true);
-    font.setPointSize(9);
-    p.setFont(font);
-    p.drawText(pixmap.rect(), Qt::AlignCenter, "MORVANE");
-    return pixmap;
+    QWidget* field = nullptr;
+    QWidget* box = Labelled(e, parent, &field);
+    ControlBinder::FitLongestValue(static_cast<QLineEdit*>(field), QString::fromLatin1(longest));
+    return box;
 }
 
 QHBoxLayout* Row(QVBoxLayout* parent)
@@ -71,44 +70,50 @@ MainWindowView::MainWindowView(CQuillonDlg& d, QWidget* parent) : DialogView(d, 
 
     auto* apiRow = Row(main);
     apiRow->addWidget(Labelled(d.m_ApiCombo, this), 3);
-    apiRow->addWidget(W(d.m_OnlyMorvaneStatic, this));
-    apiRow->addWidget(W(d.m_UnloadButton, this));
-    apiRow->addWidget(W(d.m_OpenLastLinkButton, this));
-    apiRow->addWidget(W(d.m_HistoryMenuButton, this));
-    apiRow->addWidget(W(d.m_ParseMdfButton, this));
-    apiRow->addWidget(W(d.m_GetModuleIdsButton, this));
+    apiRow->addWidget(W(d.m_OnlyMorvaneStatic, this), 0, Qt::AlignBottom);
+    for (controls::Control* c : std::initializer_list<controls::Control*>{
+             &d.m_UnloadButton, &d.m_OpenLastLinkButton, &d.m_HistoryMenuButton, &d.m_ParseMdfButton,
+             &d.m_GetModuleIdsButton})
+        apiRow->addWidget(W(*c, this), 0, Qt::AlignBottom);
 
     auto* moduleRow = Row(main);
     moduleRow->addWidget(Labelled(d.m_ModuleCombo, this), 3);
-    moduleRow->addWidget(W(d.m_ModuleConnectButton, this));
-    moduleRow->addWidget(W(d.m_ModuleDisconnectButton, this));
-    moduleRow->addWidget(W(d.m_MonitorVciCombo, this), 2);
-    moduleRow->addWidget(W(d.m_ChannelCombo, this), 1);
+    moduleRow->addWidget(W(d.m_ModuleConnectButton, this), 0, Qt::AlignBottom);
+    moduleRow->addWidget(W(d.m_ModuleDisconnectButton, this), 0, Qt::AlignBottom);
+    moduleRow->addWidget(W(d.m_MonitorVciCombo, this), 2, Qt::AlignBottom);
+    moduleRow->addWidget(W(d.m_ChannelCombo, this), 1, Qt::AlignBottom);
 
+    // Four equal columns: the four selection combos, then what they select.
     auto* selection = new QGridLayout;
     main->addLayout(selection);
+    for (int col = 0; col < 4; ++col) selection->setColumnStretch(col, 1);
     selection->addWidget(Labelled(d.m_ProtocolCombo, this), 0, 0);
     selection->addWidget(Labelled(d.m_BustypeCombo, this), 0, 1);
     selection->addWidget(Labelled(d.m_CableCombo, this), 0, 2);
     selection->addWidget(Labelled(d.m_PinsCombo, this), 0, 3);
     selection->addWidget(Labelled(d.m_LoLiCreateFlagsEdit, this), 1, 0);
     selection->addWidget(Labelled(d.m_LabelEdit, this), 1, 1);
-    selection->addWidget(Labelled(d.m_ResourceShortNameEdit, this), 1, 2);
-    auto* statusBox = new QWidget(this);
-    auto* statusRow = new QHBoxLayout(statusBox);
-    statusRow->setContentsMargins(0, 0, 0, 0);
-    statusRow->addWidget(Labelled(d.m_ResourceStatusEdit, statusBox), 1);
-    statusRow->addWidget(W(d.m_UpdateResourceStatusButton, statusBox), 0, Qt::AlignBottom);
-    selection->addWidget(statusBox, 1, 3);
-    selection->addWidget(Labelled(d.m_ConflictingResourcesEdit, this), 2, 0, 1, 2);
+    selection->addWidget(Labelled(d.m_ResourceShortNameEdit, this), 1, 2, 1, 2);
 
+    // Left: the resource's status with its button, and the module's conflicting groups.
+    auto* statusColumn = new QVBoxLayout;
+    statusColumn->setSpacing(selection->verticalSpacing());
+    auto* statusRow = new QHBoxLayout;
+    statusRow->addWidget(LabelledFit(d.m_ResourceStatusEdit, this, kLongestStatus), 1);
+    statusRow->addWidget(W(d.m_UpdateResourceStatusButton, this), 0, Qt::AlignBottom);
+    statusColumn->addLayout(statusRow);
+    statusColumn->addWidget(Labelled(d.m_ConflictingResourcesEdit, this));
+    statusColumn->addStretch(1);
+    selection->addLayout(statusColumn, 2, 0, 1, 2);
+
+    // Right: the resource's protocol, bus type and pins, each wide enough for its longest value.
     auto* info = new QGroupBox(QString::fromStdString(d.m_ResourceInfoGroup.Caption()), this);
     info->setObjectName(QStringLiteral("control_%1").arg(d.m_ResourceInfoGroup.Id()));
     auto* infoRow = new QHBoxLayout(info);
-    infoRow->addWidget(Labelled(d.m_InfoProtocolEdit, info));
-    infoRow->addWidget(Labelled(d.m_InfoBustypeEdit, info));
-    infoRow->addWidget(Labelled(d.m_InfoPinsEdit, info));
-    selection->addWidget(info, 2, 2, 1, 2);
+    infoRow->addWidget(LabelledFit(d.m_InfoProtocolEdit, info, kLongestProtocol), 3, Qt::AlignTop);
+    infoRow->addWidget(LabelledFit(d.m_InfoBustypeEdit, info, kLongestBusType), 2, Qt::AlignTop);
+    infoRow->addWidget(LabelledFit(d.m_InfoPinsEdit, info, kLongestPins), 2, Qt::AlignTop);
+    selection->addWidget(info, 2, 2, 1, 2, Qt::AlignTop);
 
     auto* services = Row(main);
     for (controls::Control* c : std::initializer_list<controls::Control*>{
@@ -135,7 +140,7 @@ MainWindowView::MainWindowView(CQuillonDlg& d, QWidget* parent) : DialogView(d, 
     bottom->addWidget(W(d.m_OpenLoLiButton, this));
     bottom->addWidget(W(d.m_ExitButton, this));
 
-    resize(1100, 720);
+    resize(QSize(1100, 720).expandedTo(minimumSizeHint()));
 }
 
 void MainWindowView::Sync()

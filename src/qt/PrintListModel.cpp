@@ -24,6 +24,10 @@ QColor PrintListModel::FromColorRef(uint32_t colour) {
     return QColor(colour & 0xff, (colour >> 8) & 0xff, (colour >> 16) & 0xff);
 }
 
+QColor PrintListModel::ContrastingText(const QColor& background) {
+    return background.lightnessF() >= 0.5 ? QColor(Qt::black) : QColor(Qt::white);
+}
+
 QVariant PrintListModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= m_rows)
         return {};
@@ -32,6 +36,9 @@ QVariant PrintListModel::data(const QModelIndex& index, int role) const {
         return QString::fromLocal8Bit(m_list.GetItemText(index.row(), index.column()));
     case Qt::BackgroundRole:
         return QBrush(FromColorRef(m_list.GetRowColour(index.row())));
+    case Qt::ForegroundRole:
+        // The logic sets the background only: its text stays readable under any palette.
+        return QBrush(ContrastingText(FromColorRef(m_list.GetRowColour(index.row()))));
     default:
         return {};
     }

@@ -22,6 +22,8 @@ public:
 
     // 0xBBGGRR, as the row colours are kept.
     static QColor FromColorRef(uint32_t colour);
+    // Black on light rows, white on dark ones.
+    static QColor ContrastingText(const QColor& background);
 
 signals:
     void flushed();

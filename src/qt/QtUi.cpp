@@ -7,11 +7,15 @@
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QTimer>
+#include <algorithm>
 
+#include "controls/Button.h"
 #include "qt/GenericDialogView.h"
 #include "ui/Dialog.h"
 
@@ -33,6 +37,38 @@ void DialogView::closeEvent(QCloseEvent* event)
     m_dialog.OnClose();
 }
 
+QPushButton* DialogView::DialogButtonWidget(int code) const
+{
+    controls::Button* button = m_dialog.DialogButton(code);
+    return button ? findChild<QPushButton*>(QStringLiteral("control_%1").arg(button->Id())) : nullptr;
+}
+
+void DialogView::keyPressEvent(QKeyEvent* event)
+{
+    // The main window has no owner: its keys are its controls' own.
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (!parentWidget() || !plain) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (event->key() == Qt::Key_Escape) {
+        if (QPushButton* cancel = DialogButtonWidget(ui::IDCANCEL))
+            cancel->click();  // does nothing while the button is disabled
+        else if (windowModality() != Qt::NonModal)
+            m_dialog.OnClose();  // a modeless window (a link's) is not closed by a stray key
+        return;
+    }
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        auto* focused = qobject_cast<QPushButton*>(focusWidget());
+        QPushButton* button = focused && focused->window() == this ? focused : DialogButtonWidget(ui::IDOK);
+        if (button && button->isVisible()) {
+            button->click();
+            return;
+        }
+    }
+    QWidget::keyPressEvent(event);
+}
+
 QtUi::QtUi() = default;
 
 QtUi::~QtUi()
@@ -50,8 +86,39 @@ DialogView* QtUi::CreateView(Dialog& dialog)
     if (DialogView* existing = ViewOf(dialog)) return existing;
     auto it = m_factories.find(dialog.TemplateId());
     DialogView* view = it != m_factories.end() ? it->second(dialog) : new GenericDialogView(dialog);
+    // A dialog belongs to the window that opens it: it stays above it and goes with it.
+    if (QWidget* owner = OwnerWindow(); owner && !view->parentWidget())
+        view->setParent(owner, view->windowFlags());
+    if (QPushButton* ok = view->DialogButtonWidget(ui::IDOK)) ok->setDefault(true);
     m_views[&dialog] = view;
     return view;
+}
+
+void QtUi::Place(QWidget* window, QWidget* owner)
+{
+    if (!window->testAttribute(Qt::WA_Resized)) window->adjustSize();
+    QScreen* screen = owner ? owner->screen() : QGuiApplication::primaryScreen();
+    if (!screen) return;
+    const QRect room = screen->availableGeometry();
+    // A window never opens larger than its screen, nor smaller than its layout allows.
+    QSize size = window->size().boundedTo(room.size()).expandedTo(window->minimumSizeHint());
+    if (size != window->size()) window->resize(size);
+    // The frame is the owner's kind of frame; before it shows, a window's own is not known yet.
+    const QSize frame = owner ? owner->frameGeometry().size() - owner->size() : QSize();
+    const QRect over = owner ? owner->frameGeometry() : room;
+    const QSize outer = size + frame;
+    QPoint at = over.center() - QPoint(outer.width() / 2, outer.height() / 2);
+    at.setX(std::clamp(at.x(), room.left(), std::max(room.left(), room.right() + 1 - outer.width())));
+    at.setY(std::clamp(at.y(), room.top(), std::max(room.top(), room.bottom() + 1 - outer.height())));
+    window->move(at);
+}
+
+void QtUi::Shown(DialogView* view)
+{
+    m_shown.erase(std::remove_if(m_shown.begin(), m_shown.end(),
+                                 [view](const QPointer<DialogView>& v) { return v.isNull() || v == view; }),
+                  m_shown.end());
+    m_shown.emplace_back(view);
 }
 
 DialogView* QtUi::ViewOf(Dialog& dialog) const
@@ -60,14 +127,17 @@ DialogView* QtUi::ViewOf(Dialog& dialog) const
     return it == m_views.end() ? nullptr : it->second.data();
 }
 
-QWidget* QtUi::ActiveWindow() const
+QWidget* QtUi::OwnerWindow() const
 {
-    return QApplication::activeWindow();
+    if (QWidget* active = QApplication::activeWindow(); active && active->isVisible()) return active;
+    for (auto it = m_shown.rbegin(); it != m_shown.rend(); ++it)
+        if (*it && (*it)->isVisible()) return it->data();
+    return nullptr;
 }
 
 int QtUi::MessageBox(const std::string& text, const std::string& caption, unsigned type)
 {
-    QMessageBox box(ActiveWindow());
+    QMessageBox box(OwnerWindow());
     box.setWindowTitle(QString::fromStdString(caption.empty() ? std::string("Quillon") : caption));
     box.setText(QString::fromStdString(text).trimmed());
     box.setIcon((type & ui::MB_ICONERROR) == ui::MB_ICONERROR ? QMessageBox::Critical
@@ -94,7 +164,9 @@ int QtUi::RunModal(Dialog& dialog)
     }
     view->Sync();
     view->setWindowModality(Qt::ApplicationModal);
+    Place(view, view->parentWidget());
     view->show();
+    Shown(view);
     QEventLoop loop;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
@@ -104,7 +176,9 @@ int QtUi::RunModal(Dialog& dialog)
     if (!dialog.IsEnded()) loop.exec();
     view->hide();
     m_views.erase(&dialog);
-    view->deleteLater();
+    // Gone now, not later: none of its handlers is running once its loop has returned, and a
+    // dialog that goes right after must not leave a view that still observes its controls.
+    delete view;
     return dialog.EndCode();
 }
 
@@ -112,7 +186,9 @@ void QtUi::ShowModeless(Dialog& dialog)
 {
     DialogView* view = CreateView(dialog);
     view->Sync();
+    if (!view->isVisible()) Place(view, view->parentWidget());
     view->show();
+    Shown(view);
     view->raise();
     view->activateWindow();
 }
@@ -155,8 +231,8 @@ std::optional<std::string> QtUi::FileBox(const ui::FileBoxRequest& request)
     for (int i = 0; i < parts.size(); i += 2) filters << parts[i];
     const QString dir = QString::fromStdString(request.initialDir + (request.initialDir.empty() ? "" : "/") + request.fileName);
     const QString path = request.save
-                             ? QFileDialog::getSaveFileName(ActiveWindow(), QString(), dir, filters.join(";;"))
-                             : QFileDialog::getOpenFileName(ActiveWindow(), QString(), dir, filters.join(";;"));
+                             ? QFileDialog::getSaveFileName(OwnerWindow(), QString(), dir, filters.join(";;"))
+                             : QFileDialog::getOpenFileName(OwnerWindow(), QString(), dir, filters.join(";;"));
     if (path.isEmpty()) return std::nullopt;
     std::string chosen = path.toStdString();
     if (request.save && !request.defaultExtension.empty() && chosen.find('.', chosen.rfind('/') + 1) == std::string::npos)

@@ -4,14 +4,19 @@
 #include <QObject>
 #include <QPointer>
 #include <QWidget>
+#include <vector>
 #include <functional>
 #include <map>
 
 #include "ui/Ui.h"
 
+class QPushButton;
 class QTimer;
 
 // A window that shows one dialog's logic; it syncs its widgets after every timer tick.
+// Opened over another window (QtUi parents it to its opener), it is a dialog as the toolkit's
+// are: Escape cancels (its Cancel button, else, when modal, its close box) and Enter presses
+// the focused button or the default one (its OK button, drawn as default).
 class DialogView : public QWidget {
     Q_OBJECT
 public:
@@ -19,9 +24,12 @@ public:
     Dialog& Logic() const { return m_dialog; }
     // Makes flushed log rows and changed controls visible; called after timers and on "redraw now".
     virtual void Sync() {}
+    // The widget of the dialog's button for ui::IDOK or ui::IDCANCEL, null without one.
+    QPushButton* DialogButtonWidget(int code) const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     Dialog& m_dialog;
@@ -53,11 +61,19 @@ public:
 
     DialogView* ViewOf(Dialog& dialog) const;
 
+    // Where a window opens: sized to its contents unless its view chose a size, centred over
+    // `owner`'s frame, or on the screen without one, and kept on that screen.
+    static void Place(QWidget* window, QWidget* owner);
+
 private:
     DialogView* CreateView(Dialog& dialog);
-    QWidget* ActiveWindow() const;
+    // The window a new dialog or message box belongs to: the active window, else the window
+    // shown last that is still visible.
+    QWidget* OwnerWindow() const;
+    void Shown(DialogView* view);
 
     std::map<int, ViewFactory> m_factories;
     std::map<Dialog*, QPointer<DialogView>> m_views;
     std::map<std::pair<Dialog*, unsigned>, QPointer<QTimer>> m_timers;
+    std::vector<QPointer<DialogView>> m_shown;  // in the order they were shown
 };

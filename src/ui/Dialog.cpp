@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "controls/Button.h"
 #include "controls/CListCtrlEx.h"
 
 namespace {
@@ -69,6 +70,14 @@ void Dialog::Dispatch(int id, controls::Notification notification)
 {
     auto it = m_handlers.find({id, notification});
     if (it != m_handlers.end() && it->second) it->second();
+}
+
+controls::Button* Dialog::DialogButton(int code) const
+{
+    if (code != ui::IDOK && code != ui::IDCANCEL) return nullptr;
+    auto* button = dynamic_cast<controls::Button*>(FindControl(code));
+    if (!button) button = dynamic_cast<controls::Button*>(FindControlByName(code == ui::IDOK ? "OK" : "Cancel"));
+    return button && HasHandler(button->Id(), controls::Notification::Clicked) ? button : nullptr;
 }
 
 void Dialog::EndDialog(int code)

@@ -13,6 +13,7 @@
 #include "ui/Ui.h"
 
 namespace controls {
+class Button;
 class PrintListCtrl;
 }
 
@@ -37,6 +38,10 @@ public:
     // A notification from a control (user action); runs its handler on the calling (UI) thread.
     void Dispatch(int id, controls::Notification notification);
     bool HasHandler(int id, controls::Notification notification) const;
+    // The button that ends the dialog with `code` (ui::IDOK or ui::IDCANCEL) as the toolkit's
+    // Enter and Escape do: the button of that id, else the one captioned "OK" or "Cancel"; null
+    // when the dialog has none or its button has no handler.
+    controls::Button* DialogButton(int code) const;
 
     virtual bool OnInitDialog() { return true; }
     virtual void OnTimer(unsigned id) {}

@@ -2,6 +2,9 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QHelpEvent>
+#include <QLabel>
+#include <QToolTip>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStandardItemModel>
@@ -9,19 +12,13 @@
 #include <atomic>
 #include <thread>
 
+#include "QtTestApp.h"
 #include "app/CQuillonDlg.h"
 #include "headless/HeadlessUi.h"
+#include "qt/ControlBinder.h"
 #include "qt/MainWindowView.h"
 
 namespace {
-
-void EnsureApp()
-{
-    static int argc = 1;
-    static char name[] = "test_qt";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance()) new QApplication(argc, argv);
-}
 
 template <class W>
 W* WidgetOf(QWidget& view, const controls::Control& control)
@@ -31,7 +28,7 @@ W* WidgetOf(QWidget& view, const controls::Control& control)
 
 class MainWindowViewTest : public ::testing::Test {
 protected:
-    void SetUp() override { EnsureApp(); }
+    void SetUp() override { EnsureQtApp(); }
     std::ostringstream m_out;
     HeadlessUi m_ui{m_out};
     CQuillonDlg m_dlg{m_ui};
@@ -112,4 +109,65 @@ TEST_F(MainWindowViewTest, ClosedCheckComboShowsTheCheckedLines)
     auto* modules = WidgetOf<QComboBox>(view, m_dlg.m_ModuleCombo);
     EXPECT_EQ(modules->property("quillonCheckedText").toString(), "A 1; C 3");
     EXPECT_EQ(modules->toolTip(), "B 2");  // the tooltip shows the selection in full
+}
+
+// The longest values the logic writes into the resource fields fit at the default size and at
+// the smallest the window can be made; every caption sits right above its own field.
+TEST_F(MainWindowViewTest, FieldsShowTheirLongestValuesWholeAndCaptionsSitOnTheirFields)
+{
+    const struct {
+        controls::Edit& edit;
+        const char* longest;
+    } fields[] = {
+        {m_dlg.m_ResourceStatusEdit, "NOT_USED |NOT_AVAILABLE |NOT_LOCKED"},
+        {m_dlg.m_InfoProtocolEdit, "MSP_MRVNE_ISO_11898_onboard"},
+        {m_dlg.m_InfoProtocolEdit, "ISO_14229_3_on_ISO_15765_2"},
+        {m_dlg.m_InfoBustypeEdit, "ISO_11898_2_DWFTCAN"},
+        {m_dlg.m_InfoPinsEdit, "Pins 16 & 16 & 16 & 16"},
+        {m_dlg.m_ResourceShortNameEdit, "UDS_on_CAN_HS_Pins_6_14"},
+    };
+    MainWindowView view(m_dlg);
+    view.show();
+    const QSize defaultSize = view.size();
+    for (const QSize size : {defaultSize, view.minimumSizeHint()}) {
+        view.resize(size);
+        QCoreApplication::processEvents();
+        for (const auto& field : fields) {
+            auto* edit = WidgetOf<QLineEdit>(view, field.edit);
+            EXPECT_LE(ControlBinder::FittingWidth(edit, field.longest), edit->width())
+                << field.longest << " at " << size.width() << "x" << size.height();
+        }
+        for (QLabel* label : view.findChildren<QLabel*>()) {
+            QWidget* field = label->buddy();
+            if (!field) continue;
+            const QRect l(label->mapTo(&view, QPoint()), label->size());
+            const QRect f(field->mapTo(&view, QPoint()), field->size());
+            EXPECT_LE(l.bottom(), f.top()) << label->text().toStdString();
+            EXPECT_LE(f.top() - l.bottom(), 6) << label->text().toStdString() << " floats above its field";
+            EXPECT_EQ(l.left(), f.left()) << label->text().toStdString();
+        }
+    }
+    EXPECT_GE(defaultSize.width(), 1100);
+}
+
+TEST_F(MainWindowViewTest, CutEditShowsItsWholeTextAsTooltip)
+{
+    MainWindowView view(m_dlg);
+    view.show();
+    QCoreApplication::processEvents();
+    auto* edit = WidgetOf<QLineEdit>(view, m_dlg.m_ConflictingResourcesEdit);
+    const std::string whole(300, 'r');
+    m_dlg.m_ConflictingResourcesEdit.SetWindowText(whole);
+    QCoreApplication::processEvents();
+    HideToolTip();
+    QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), edit->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(edit, &hover);
+    EXPECT_TRUE(QToolTip::isVisible());
+    EXPECT_EQ(QToolTip::text().toStdString(), whole);
+    HideToolTip();
+
+    m_dlg.m_ConflictingResourcesEdit.SetWindowText("fits");
+    QCoreApplication::processEvents();
+    QApplication::sendEvent(edit, &hover);
+    EXPECT_FALSE(QToolTip::isVisible());
 }

@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+#include "QtTestApp.h"
 #include "controls/PrintListCtrl.h"
 #include "qt/LogView.h"
 #include "qt/PrintListModel.h"
@@ -17,13 +18,6 @@ extern "C" const char* __lsan_default_suppressions() {
 
 namespace {
 
-void EnsureApplication() {
-    static int argc = 1;
-    static char name[] = "test_qt";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QApplication(argc, argv);
-}
 
 struct SignalCounts {
     int inserted = 0, reset = 0, changed = 0, flushed = 0;
@@ -43,7 +37,7 @@ struct SignalCounts {
 
 class PrintListModelTest : public ::testing::Test {
 protected:
-    void SetUp() override { EnsureApplication(); }
+    void SetUp() override { EnsureQtApp(); }
     controls::PrintListCtrl list;
 };
 
@@ -130,8 +124,6 @@ TEST_F(PrintListModelTest, BackgroundIsTheRowColourInBgrOrder) {
 TEST_F(PrintListModelTest, ViewKeysSelectAllAndCopy) {
     list.Prepare();
     LogView view(list);
-    EXPECT_EQ(view.font().pointSizeF(), LogView::FONT_POINTS);
-    EXPECT_EQ(view.columnWidth(0), 600);
     list.Print(0, "one\ntwo");
     view.Flush();
 

@@ -1,0 +1,41 @@
+#include "qt/BenchMain.h"
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "app/CAboutDlg.h"
+#include "app/CQuillonApp.h"
+#include "app/Resource.h"
+#include "qt/AboutView.h"
+#include "qt/MainWindowView.h"
+#include "qt/QtUi.h"
+
+void RegisterViews(QtUi& ui)
+{
+    ui.RegisterView(IDD_QUILLON_DIALOG, [](Dialog& d) { return new MainWindowView(static_cast<CQuillonDlg&>(d)); });
+    ui.RegisterView(IDD_ABOUTBOX, [](Dialog& d) { return new AboutView(static_cast<CAboutDlg&>(d)); });
+}
+
+int RunBench(int argc, char** argv, const std::function<void(QtUi&)>& started)
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("Quillon");
+    QtUi ui;
+    RegisterViews(ui);
+    if (started) started(ui);
+    StartupOptions options;
+    for (int i = 1; i < argc; ++i) options.arguments.emplace_back(argv[i]);
+    theApp.InitInstance(ui, options, [&ui](CQuillonDlg& dlg) { return ui.RunModal(dlg); });
+    // Leaving here closes the windows; a clipboard manager gets what the user copied.
+    return 0;
+}
+
+void EndProcess(int code)
+{
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    std::_Exit(code);
+}

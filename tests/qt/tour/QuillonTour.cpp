@@ -1,0 +1,359 @@
+// quillon-tour: the bench as a new user meets it, played on the real program (RunBench, the same
+// code as quillon's main) against the simulator. It chooses MRVNE_PDUSIM, parses the description
+// files, connects the first module, takes screenshots of the main window at its default and at its
+// minimum size, opens the BusMonitoring dialog and the About box and leaves them with Escape and
+// Enter, and presses Exit. It prints what it checked, one "[tour]" line each, and the wall-clock
+// time at which the main window closed, so that a script can measure how long the process takes
+// to end after it (scripts/ui-tour.sh).
+//
+// Usage: quillon-tour OUTPUT_DIR [load|parse|connect]
+//   Screenshots go to OUTPUT_DIR as PNG files. With a step named, the tour presses Exit right
+//   after that step (to measure the exit in that state) and takes no screenshots.
+// Exit code 0 when every step and check held, 1 otherwise.
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QTimer>
+#include <QToolTip>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/CQuillonApp.h"
+#include "app/Resource.h"
+#include "qt/BenchMain.h"
+#include "qt/ControlBinder.h"
+#include "qt/LogView.h"
+#include "qt/QtUi.h"
+
+namespace {
+
+long long WallMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void Say(const QString& line)
+{
+    std::printf("[tour] %s\n", line.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+template <class W>
+W* Widget(QWidget* view, int id)
+{
+    return view ? view->findChild<W*>(QStringLiteral("control_%1").arg(id)) : nullptr;
+}
+
+// What the user sees: the screen on a real display, else every visible window painted where it is.
+QImage Screenshot()
+{
+    QScreen* screen = QGuiApplication::primaryScreen();
+    if (QGuiApplication::platformName() == "xcb") return screen->grabWindow(0).toImage();
+    QImage image(screen->geometry().size(), QImage::Format_RGB32);
+    image.fill(QColor(0x3a, 0x6e, 0xa5));
+    QPainter painter(&image);
+    for (QWidget* w : QApplication::topLevelWidgets())
+        if (w->isVisible()) painter.drawPixmap(w->geometry().topLeft(), w->grab());
+    return image;
+}
+
+// Steps run one after the other from a timer, so they go on inside modal loops too.
+class Tour : public QObject {
+public:
+    Tour(QtUi& ui, QString outDir, QString exitAfter)
+        : m_ui(ui), m_outDir(std::move(outDir)), m_exitAfter(std::move(exitAfter))
+    {
+        Build();
+        connect(&m_timer, &QTimer::timeout, this, [this] { Tick(); });
+        m_timer.start(20);
+    }
+
+    bool Failed() const { return m_failed; }
+    long long ClosedAtMs() const { return m_closedAtMs; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == m_mainView && event->type() == QEvent::Hide && m_closedAtMs == 0) m_closedAtMs = WallMs();
+        return false;
+    }
+
+private:
+    struct Step {
+        QString name;
+        std::function<bool()> run;  // true when done; called again every tick until then
+        int timeoutMs = 10000;
+    };
+
+    CQuillonDlg* Dlg() const { return theApp.m_pMainWnd; }
+    QWidget* Main() const { return Dlg() ? m_ui.ViewOf(*Dlg()) : nullptr; }
+
+    void Then(QString name, std::function<bool()> run, int timeoutMs = 10000)
+    {
+        m_steps.push_back({std::move(name), std::move(run), timeoutMs});
+    }
+    // A step that runs once.
+    void Do(QString name, std::function<void()> run)
+    {
+        Then(std::move(name), [run = std::move(run)] { run(); return true; });
+    }
+    void Wait(int ms)
+    {
+        Then(QStringLiteral("wait %1 ms").arg(ms), [this, ms] { return m_stepTime.elapsed() >= ms; }, ms + 1000);
+    }
+    void Check(bool ok, const QString& what)
+    {
+        Say(QStringLiteral("%1 %2").arg(ok ? "ok  " : "FAIL", what));
+        if (!ok) m_failed = true;
+    }
+
+    void Tick()
+    {
+        // A step that runs a loop of its own (a message box nobody expected) is not run again.
+        if (m_next >= m_steps.size() || m_inStep) return;
+        if (!m_stepTime.isValid()) m_stepTime.start();
+        Step& step = m_steps[m_next];
+        m_inStep = true;
+        const bool done = step.run();
+        m_inStep = false;
+        if (done) {
+            ++m_next;
+            m_stepTime.invalidate();
+            return;
+        }
+        if (m_stepTime.elapsed() > step.timeoutMs) {
+            Check(false, "timed out: " + step.name);
+            m_next = m_steps.size();
+            GiveUp();
+        }
+    }
+
+    // Ends whatever runs, the main dialog last, so that the program ends and says why.
+    void GiveUp()
+    {
+        if (!Dlg()) return;
+        Dlg()->m_BusMonitoringDlg.EndDialog(ui::IDCANCEL);
+        Dlg()->m_AboutDlg.EndDialog(ui::IDCANCEL);
+        Dlg()->OnBnClickedExit();
+    }
+
+    void Shot(const QString& name)
+    {
+        const QString path = QDir(m_outDir).filePath(name + ".png");
+        Check(Screenshot().save(path), "screenshot " + path);
+    }
+
+    bool LogHas(const std::string& text) const
+    {
+        for (const std::string& row : Dlg()->m_LogList.Rows())
+            if (row.find(text) != std::string::npos) return true;
+        return false;
+    }
+
+    // The dialog window of a modal dialog that runs now, when it shows.
+    QWidget* ShownDialog(Dialog& dialog) const
+    {
+        QWidget* view = m_ui.ViewOf(dialog);
+        return view && view->isVisible() ? view : nullptr;
+    }
+
+    void CheckCentred(QWidget* dialog, const QString& name)
+    {
+        const QPoint offset = dialog->frameGeometry().center() - Main()->frameGeometry().center();
+        Check(dialog->parentWidget() && dialog->parentWidget()->window() == Main(),
+              name + " is parented to the main window");
+        Check(std::abs(offset.x()) <= 2 && std::abs(offset.y()) <= 2,
+              QStringLiteral("%1 centred over the main window (centre offset %2,%3)")
+                  .arg(name).arg(offset.x()).arg(offset.y()));
+    }
+
+    // The key goes where the user's keyboard sends it: to the focused widget, which passes it on.
+    static void Press(QWidget* window, int key)
+    {
+        QWidget* target = QApplication::focusWidget();
+        if (!target || target->window() != window) target = window;
+        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+        QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+        QApplication::sendEvent(target, &press);
+        QApplication::sendEvent(target, &release);
+    }
+
+    // The longest log row: scrolled into view at the left, then hovered for its tooltip.
+    void ShowLongestRowTip(const QString& screenshot)
+    {
+        auto* log = Widget<LogView>(Main(), IDC_LOG_LIST);
+        const auto* model = log->model();
+        int longest = 0;
+        for (int row = 0; row < model->rowCount(); ++row)
+            if (model->index(row, 0).data().toString().size() > model->index(longest, 0).data().toString().size())
+                longest = row;
+        const QModelIndex index = model->index(longest, 0);
+        log->scrollTo(index);
+        log->horizontalScrollBar()->setValue(0);
+        const QString text = index.data().toString();
+        const QRect cell = log->visualRect(index);
+        const QPoint at(std::min(cell.right(), log->viewport()->width()) - 20, cell.center().y());
+        const bool cut = log->TextWidth(text) > log->viewport()->width();
+        const QString tip = log->ToolTipAt(at);
+        Check(!cut || tip == text,
+              QStringLiteral("longest row (%1 characters) %2")
+                  .arg(text.size())
+                  .arg(cut ? "is cut by the view and has its whole text as tooltip" : "fits the view"));
+        Check(log->columnWidth(0) >= log->TextWidth(text),
+              QStringLiteral("the text column (%1 px) is as wide as the longest row (%2 px)")
+                  .arg(log->columnWidth(0)).arg(log->TextWidth(text)));
+        Check(log->columnWidth(0) >= log->viewport()->width(),
+              QStringLiteral("the text column takes the view's width (%1 px)").arg(log->viewport()->width()));
+        if (cut) {
+            QHelpEvent help(QEvent::ToolTip, at, log->viewport()->mapToGlobal(at));
+            QApplication::sendEvent(log->viewport(), &help);
+        }
+        Say(QStringLiteral("%1: log font %2 %3 pt, %4 px a line").arg(screenshot, log->font().family())
+                .arg(log->font().pointSizeF()).arg(log->verticalHeader()->defaultSectionSize()));
+    }
+
+    void CheckFieldsWhole(const QString& where)
+    {
+        for (int id :
+             {IDC_RESOURCE_STATUS, IDC_INFO_PROTOCOL, IDC_INFO_BUSTYPE, IDC_INFO_PINS, IDC_RESOURCE_SHORTNAME}) {
+            auto* edit = Widget<QLineEdit>(Main(), id);
+            const int need = ControlBinder::FittingWidth(edit, edit->text());
+            Check(need <= edit->width(), QStringLiteral("%1: \"%2\" whole (needs %3 of %4 px)")
+                                             .arg(where, edit->text()).arg(need).arg(edit->width()));
+        }
+    }
+
+    // `which` names the dialog once the main dialog exists.
+    void OpenAndLeave(int buttonId, std::function<Dialog&()> which, const QString& name, int key, int expectedEnd)
+    {
+        Do("open " + name, [this, buttonId] {
+            auto* button = Widget<QPushButton>(Main(), buttonId);
+            QTimer::singleShot(0, button, [button] { button->click(); });  // the click runs the modal loop
+        });
+        Then(name + " shows", [this, which] { return ShownDialog(which()) != nullptr; });
+        Wait(300);
+        Do("look at " + name, [this, which, name] {
+            CheckCentred(ShownDialog(which()), name);
+            Shot(name);
+        });
+        Do("leave " + name, [this, which, key] { Press(ShownDialog(which()), key); });
+        Then(name + " ends", [this, which, name, key, expectedEnd] {
+            if (ShownDialog(which())) return false;
+            Check(which().EndCode() == expectedEnd, QStringLiteral("%1 ended by %2 with %3")
+                                                         .arg(name, key == Qt::Key_Escape ? "Escape" : "Enter")
+                                                         .arg(which().EndCode()));
+            return true;
+        });
+    }
+
+    void Build()
+    {
+        Then("the main window shows", [this] { return Main() && Main()->isVisible(); });
+        Do("watch the main window", [this] {
+            m_mainView = Main();
+            m_mainView->installEventFilter(this);
+        });
+        Do("choose MRVNE_PDUSIM", [this] {
+            auto* combo = Widget<QComboBox>(Main(), IDC_API_COMBO);
+            const int index = combo->findText("MRVNE_PDUSIM");
+            combo->setCurrentIndex(index);
+            emit combo->activated(index);
+        });
+        Then("the library loads", [this] { return LogHas("Loading successful!"); });
+        if (m_exitAfter == "load") return ExitNow();
+        Do("Parse MDF File", [this] { Widget<QPushButton>(Main(), IDC_PARSE_MDF)->click(); });
+        Then("the modules are listed", [this] { return LogHas("Number of modules found"); });
+        if (m_exitAfter == "parse") return ExitNow();
+        Do("PDUModuleConnect", [this] { Widget<QPushButton>(Main(), IDC_MODULE_CONNECT)->click(); });
+        Then("a resource is confirmed", [this] { return !Dlg()->m_ResourceStatusEdit.GetWindowText().empty(); });
+        Wait(400);
+        if (m_exitAfter == "connect") return ExitNow();
+        Do("look at the default size", [this] {
+            const QSize size = Main()->size();
+            const QSize screen = Main()->screen()->size();
+            Say(QStringLiteral("main window %1x%2 at %3,%4 on a %5x%6 screen")
+                    .arg(size.width()).arg(size.height()).arg(Main()->x()).arg(Main()->y())
+                    .arg(screen.width()).arg(screen.height()));
+            CheckFieldsWhole("default size");
+            ShowLongestRowTip("default size");
+        });
+        Wait(300);
+        Do("screenshot at the default size", [this] { Shot("main-default"); });
+        Do("shrink to the minimum size", [this] {
+            QToolTip::hideText();
+            m_defaultGeometry = Main()->geometry();
+            Main()->resize(Main()->minimumSizeHint());
+        });
+        Wait(300);
+        Do("look at the minimum size", [this] {
+            Say(QStringLiteral("minimum size %1x%2").arg(Main()->width()).arg(Main()->height()));
+            CheckFieldsWhole("minimum size");
+            ShowLongestRowTip("minimum size");
+        });
+        Wait(300);
+        Do("screenshot at the minimum size", [this] { Shot("main-minimum"); });
+        Do("back to the default size", [this] {
+            QToolTip::hideText();
+            Main()->setGeometry(m_defaultGeometry);
+        });
+        Wait(200);
+        OpenAndLeave(IDC_BUS_MONITORING, [this]() -> Dialog& { return Dlg()->m_BusMonitoringDlg; }, "busmonitoring",
+                     Qt::Key_Escape, ui::IDCANCEL);
+        OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
+        ExitNow();
+    }
+
+    void ExitNow()
+    {
+        Wait(200);
+        Do("Exit", [this] { Widget<QPushButton>(Main(), IDC_EXIT)->click(); });
+    }
+
+    QtUi& m_ui;
+    QString m_outDir;
+    QString m_exitAfter;
+    QTimer m_timer;
+    std::vector<Step> m_steps;
+    size_t m_next = 0;
+    QElapsedTimer m_stepTime;
+    bool m_inStep = false;
+    QRect m_defaultGeometry;
+    QWidget* m_mainView = nullptr;
+    bool m_failed = false;
+    long long m_closedAtMs = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: quillon-tour OUTPUT_DIR [load|parse|connect]\n");
+        return 2;
+    }
+    const QString outDir = QString::fromLocal8Bit(argv[1]);
+    const QString exitAfter = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
+    QDir().mkpath(outDir);
+    Tour* tour = nullptr;
+    char* benchArgv[] = {argv[0], nullptr};
+    RunBench(1, benchArgv, [&](QtUi& ui) { tour = new Tour(ui, outDir, exitAfter); });
+    const long long returned = WallMs();
+    if (tour->ClosedAtMs() != 0)
+        std::printf("[tour] main window closed at %lld ms, the bench returned %lld ms later\n", tour->ClosedAtMs(),
+                    returned - tour->ClosedAtMs());
+    std::printf("[tour] closed-at-ms %lld\n", tour->ClosedAtMs());
+    EndProcess(tour->Failed() ? 1 : 0);
+}
