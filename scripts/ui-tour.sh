@@ -2,8 +2,10 @@
 # Plays the bench as a new user would, on the simulator under a virtual 1600x1000 screen
 # (tests/qt/tour/QuillonTour.cpp): screenshots of the main window at its default and at its
 # minimum size after Parse MDF File and PDUModuleConnect, of the BusMonitoring dialog and of the
-# About box; then how long the process takes to end after its main window closed on Exit, for
-# the whole tour and for an Exit right after loading, parsing and connecting.
+# About box, of the plain link window after a request; the same in monitor mode with the full
+# link window and its Tx flags and expected-response dialogs; then how long the process takes to
+# end after its main window closed on Exit, for the whole tour and for an Exit right after
+# loading, parsing and connecting.
 # Usage: scripts/ui-tour.sh [OUTPUT_DIR]      (default: build/ui-tour)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -30,6 +32,7 @@ took() {
 status=0
 run "$out" | tee "$out/tour.txt" || status=1
 echo "Whole tour: the process ended $(took "$out/tour.txt") ms after the main window closed."
+run "$out" monitor | tee "$out/tour-monitor.txt" || status=1
 for step in load parse connect; do
   run "$out/exit-after-$step" "$step" > "$out/exit-after-$step.txt" || status=1
   echo "Exit after $step: the process ended $(took "$out/exit-after-$step.txt") ms after the main window closed."

@@ -29,6 +29,8 @@ public:
     virtual void PlaceRightOfCenter(Dialog& reference);
     // Closes the link as its own close button would; the base has nothing to close.
     virtual void CloseLink() {}
+    std::shared_ptr<void> KeepAlive() override { return weak_from_this().lock(); }
+    bool IsDesktopWindow() const override { return true; }
 
     // The link's event callback finds its dialog through the link tag, which is the dialog's
     // address. A dialog is known under its tag from Register until it is destroyed, and the

@@ -8,7 +8,16 @@
 #include "app/CAboutDlg.h"
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
+#include "logical_link/LinkResource.h"
+#include "logical_link/LoLiDialog.h"
+#include "logical_link/LoLiDialogKeldaPDUAPI.h"
+#include "logical_link/MaskAndPatternDialog.h"
+#include "logical_link/TxFlagsDlg.h"
 #include "qt/AboutView.h"
+#include "qt/LoLiDialogKeldaPDUAPIView.h"
+#include "qt/LoLiDialogView.h"
+#include "qt/MaskAndPatternDialogView.h"
+#include "qt/TxFlagsDlgView.h"
 #include "qt/MainWindowView.h"
 #include "qt/QtUi.h"
 
@@ -16,6 +25,12 @@ void RegisterViews(QtUi& ui)
 {
     ui.RegisterView(IDD_QUILLON_DIALOG, [](Dialog& d) { return new MainWindowView(static_cast<CQuillonDlg&>(d)); });
     ui.RegisterView(IDD_ABOUTBOX, [](Dialog& d) { return new AboutView(static_cast<CAboutDlg&>(d)); });
+    ui.RegisterView(IDD_LOLI_KELDA,
+                    [](Dialog& d) { return new LoLiDialogKeldaPDUAPIView(static_cast<LoLiDialogKeldaPDUAPI&>(d)); });
+    ui.RegisterView(IDD_LOLI_PLAIN, [](Dialog& d) { return new LoLiDialogView(static_cast<LoLiDialog&>(d)); });
+    ui.RegisterView(IDD_TX_FLAGS, [](Dialog& d) { return new TxFlagsDlgView(static_cast<TxFlagsDlg&>(d)); });
+    ui.RegisterView(IDD_MASK_AND_PATTERN,
+                    [](Dialog& d) { return new MaskAndPatternDialogView(static_cast<MaskAndPatternDialog&>(d)); });
 }
 
 int RunBench(int argc, char** argv, const std::function<void(QtUi&)>& started)

@@ -3,6 +3,7 @@
 #include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFocusEvent>
 #include <QGroupBox>
 #include <QHelpEvent>
 #include <QLabel>
@@ -14,6 +15,7 @@
 #include <QStyleOptionComboBox>
 #include <QStyleOptionFrame>
 #include <QStylePainter>
+#include <QTimer>
 #include <QToolTip>
 #include <memory>
 #include <mutex>
@@ -34,9 +36,32 @@ constexpr const char* kSyncProperty = "quillonSync";
 constexpr const char* kCheckedTextProperty = "quillonCheckedText";
 
 // A check combo shows the joined texts of its checked lines while closed.
-class CheckComboWidget : public QComboBox {
+// Tells its control when the user puts the focus in it and when its list closes: a list the
+// logic rebuilds on a timer holds still while the user has it.
+class ComboWidget : public QComboBox {
 public:
-    using QComboBox::QComboBox;
+    ComboWidget(controls::ComboBox& combo, QWidget* parent) : QComboBox(parent), m_combo(combo) {}
+
+protected:
+    void focusInEvent(QFocusEvent* event) override
+    {
+        QComboBox::focusInEvent(event);
+        if (event->reason() != Qt::OtherFocusReason) m_combo.UserFocus();
+    }
+    void hidePopup() override
+    {
+        QComboBox::hidePopup();
+        // After the choice the closing list may carry: it reaches the control behind this.
+        QTimer::singleShot(0, this, [this] { m_combo.UserCloseUp(); });
+    }
+
+private:
+    controls::ComboBox& m_combo;
+};
+
+class CheckComboWidget : public ComboWidget {
+public:
+    using ComboWidget::ComboWidget;
 
 protected:
     void paintEvent(QPaintEvent*) override
@@ -217,7 +242,7 @@ void SyncComboItems(controls::ComboBox& combo, QComboBox* w)
 QWidget* BindCombo(controls::ComboBox& combo, QWidget* parent)
 {
     const bool checks = dynamic_cast<controls::CCheckComboBox*>(&combo) != nullptr;
-    auto* w = checks ? new CheckComboWidget(parent) : new QComboBox(parent);
+    QComboBox* w = checks ? new CheckComboWidget(combo, parent) : new ComboWidget(combo, parent);
     w->setEditable(combo.HasEdit());
     w->setInsertPolicy(QComboBox::NoInsert);
     w->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);

@@ -11,39 +11,21 @@
 #include "app/CQuillonDlg.h"
 #include "qt/Artwork.h"
 #include "qt/ControlBinder.h"
+#include "qt/ViewLayout.h"
 
 namespace {
 
-// The longest values the logic writes into the fields that show them (Part 1.5): all three
+using ViewLayout::Labelled;
+using ViewLayout::Row;
+using ViewLayout::W;
+
+// The longest values the logic writes into the fields that show them: all three
 // status words negated, the longest protocol and bus type short names of the maker's MDF, and
 // four DLC pins.
 constexpr const char* kLongestStatus = "NOT_USED |NOT_AVAILABLE |NOT_LOCKED";
 constexpr const char* kLongestProtocol = "MSP_MRVNE_ISO_11898_onboard";
 constexpr const char* kLongestBusType = "ISO_11898_2_DWFTCAN";
 constexpr const char* kLongestPins = "Pins 16 & 16 & 16 & 16";
-
-QWidget* W(controls::Control& c, QWidget* parent)
-{
-    return ControlBinder::CreateWidget(c, parent);
-}
-
-// A caption above its control, as the dialog shows its combo and edit labels. The pair keeps
-// its height, so that a taller neighbour never pulls the caption away from its field.
-QWidget* Labelled(controls::Control& c, QWidget* parent, QWidget** field = nullptr)
-{
-    auto* box = new QWidget(parent);
-    auto* layout = new QVBoxLayout(box);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(2);
-    auto* label = new QLabel(QString::fromStdString(c.Caption()), box);
-    QWidget* widget = W(c, box);
-    label->setBuddy(widget);
-    layout->addWidget(label);
-    layout->addWidget(widget);
-    box->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    if (field) *field = widget;
-    return box;
-}
 
 // As Labelled, for an edit that must show `longest` whole.
 QWidget* LabelledFit(controls::Edit& e, QWidget* parent, const char* longest)
@@ -52,13 +34,6 @@ QWidget* LabelledFit(controls::Edit& e, QWidget* parent, const char* longest)
     QWidget* box = Labelled(e, parent, &field);
     ControlBinder::FitLongestValue(static_cast<QLineEdit*>(field), QString::fromLatin1(longest));
     return box;
-}
-
-QHBoxLayout* Row(QVBoxLayout* parent)
-{
-    auto* row = new QHBoxLayout;
-    parent->addLayout(row);
-    return row;
 }
 
 }  // namespace

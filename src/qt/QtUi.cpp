@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QThread>
 #include <QTimer>
 #include <algorithm>
 
@@ -87,7 +88,7 @@ DialogView* QtUi::CreateView(Dialog& dialog)
     auto it = m_factories.find(dialog.TemplateId());
     DialogView* view = it != m_factories.end() ? it->second(dialog) : new GenericDialogView(dialog);
     // A dialog belongs to the window that opens it: it stays above it and goes with it.
-    if (QWidget* owner = OwnerWindow(); owner && !view->parentWidget())
+    if (QWidget* owner = OwnerWindow(); owner && !view->parentWidget() && !dialog.IsDesktopWindow())
         view->setParent(owner, view->windowFlags());
     if (QPushButton* ok = view->DialogButtonWidget(ui::IDOK)) ok->setDefault(true);
     m_views[&dialog] = view;
@@ -184,9 +185,11 @@ int QtUi::RunModal(Dialog& dialog)
 
 void QtUi::ShowModeless(Dialog& dialog)
 {
+    QWidget* opener = OwnerWindow();
     DialogView* view = CreateView(dialog);
     view->Sync();
-    if (!view->isVisible()) Place(view, view->parentWidget());
+    // A window of its own still opens over the one it was opened from.
+    if (!view->isVisible()) Place(view, view->parentWidget() ? view->parentWidget() : opener);
     view->show();
     Shown(view);
     view->raise();
@@ -205,6 +208,8 @@ void QtUi::DestroyWindow(Dialog& dialog)
     }
     if (DialogView* view = ViewOf(dialog)) {
         view->hide();
+        // The widgets still refer to the dialog's controls until the view is gone.
+        QObject::connect(view, &QObject::destroyed, [keep = dialog.KeepAlive()] {});
         view->deleteLater();
     }
     m_views.erase(&dialog);
@@ -286,6 +291,14 @@ void QtUi::SetClipboardText(const std::string& text)
 
 void QtUi::RedrawNow(Dialog& dialog)
 {
+    // A link's worker asks for it too: the repaint waits for the GUI thread, and finds the view
+    // again there, if the window still has one.
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, [this, key = &dialog] {
+            if (m_views.count(key)) RedrawNow(*key);
+        }, Qt::QueuedConnection);
+        return;
+    }
     if (DialogView* view = ViewOf(dialog)) {
         view->Sync();
         view->repaint();

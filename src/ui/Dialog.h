@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -42,6 +43,13 @@ public:
     // Enter and Escape do: the button of that id, else the one captioned "OK" or "Cancel"; null
     // when the dialog has none or its button has no handler.
     controls::Button* DialogButton(int code) const;
+
+    // A window of its own on the desktop, as the link windows are: not kept above the window that
+    // opened it, nor taken down with it.
+    virtual bool IsDesktopWindow() const { return false; }
+    // What keeps the dialog alive while its window is being taken down; null for a dialog whose
+    // owner keeps it anyway.
+    virtual std::shared_ptr<void> KeepAlive() { return nullptr; }
 
     virtual bool OnInitDialog() { return true; }
     virtual void OnTimer(unsigned id) {}

@@ -97,7 +97,13 @@ struct Override {
         *out = &item;
         return PDU_STATUS_NOERROR;
     }
-    static T_PDU_ERROR PDU_CALL DestroyNothing(PDU_ITEM*) { return PDU_STATUS_NOERROR; }
+    // Our own items stay; whatever the simulator handed out goes back to it.
+    static inline PFN_PDUDestroyItem simulatorDestroy = nullptr;
+    static T_PDU_ERROR PDU_CALL DestroyNothing(PDU_ITEM* it)
+    {
+        if (it == reinterpret_cast<PDU_ITEM*>(&list) || it == reinterpret_cast<PDU_ITEM*>(&item)) return PDU_STATUS_NOERROR;
+        return simulatorDestroy ? simulatorDestroy(it) : PDU_STATUS_NOERROR;
+    }
 };
 
 }  // namespace
@@ -105,6 +111,7 @@ struct Override {
 TEST_F(SimulatorChainTest, ResourceOnAnotherModuleSelectsNone)
 {
     const PduApiTable saved = PduApi;
+    Override::simulatorDestroy = saved.PDUDestroyItem;
     Override::foreignModule = m_dlg->m_pSelectedModule->hMod + 1;
     PduApi.PDUGetResourceIds = &Override::ResourceIdsOnOtherModule;
     PduApi.PDUDestroyItem = &Override::DestroyNothing;
@@ -123,6 +130,7 @@ TEST_F(SimulatorChainTest, ResourceOnAnotherModuleSelectsNone)
 TEST_F(SimulatorChainTest, UnknownCableIdPreselectsTheFirstCable)
 {
     const PduApiTable saved = PduApi;
+    Override::simulatorDestroy = saved.PDUDestroyItem;
     for (const uint32_t cable : {102u, 999u}) {
         Override::cableId = cable;
         PduApi.PDUIoCtl = &Override::CableIdIoCtl;

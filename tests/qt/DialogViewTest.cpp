@@ -20,7 +20,7 @@
 
 namespace {
 
-// A dialog as the spec's are: OK runs a check, Cancel ends it; either button may be left out.
+// A dialog as the bench's are: OK runs a check, Cancel ends it; either button may be left out.
 class FormDialog : public Dialog {
 public:
     FormDialog(ui::Ui& ui, bool withOk, bool withCancel, const char* title = "Form")

@@ -6,11 +6,14 @@
 // time at which the main window closed, so that a script can measure how long the process takes
 // to end after it (scripts/ui-tour.sh).
 //
-// Usage: quillon-tour OUTPUT_DIR [load|parse|connect]
+// Usage: quillon-tour OUTPUT_DIR [load|parse|connect|monitor]
 //   Screenshots go to OUTPUT_DIR as PNG files. With a step named, the tour presses Exit right
-//   after that step (to measure the exit in that state) and takes no screenshots.
+//   after that step (to measure the exit in that state) and takes no screenshots. The tour also
+//   opens a link window and sends a request: the plain one, or with "monitor" (the bench started
+//   with -m1) the full one, with its Tx flags and expected-response dialogs.
 // Exit code 0 when every step and check held, 1 otherwise.
 #include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QElapsedTimer>
@@ -32,6 +35,7 @@
 
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
+#include "logical_link/LinkResource.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
 #include "qt/LogView.h"
@@ -312,8 +316,90 @@ private:
         Wait(200);
         OpenAndLeave(IDC_BUS_MONITORING, [this]() -> Dialog& { return Dlg()->m_BusMonitoringDlg; }, "busmonitoring",
                      Qt::Key_Escape, ui::IDCANCEL);
-        OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
+        if (m_exitAfter != "monitor")
+            OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
+        LinkTour(m_exitAfter == "monitor");
         ExitNow();
+    }
+
+    CLinkBaseDlg* Link() const { return Dlg() && !Dlg()->m_LinkDialogs.empty() ? Dlg()->m_LinkDialogs.back() : nullptr; }
+    QWidget* LinkView() const { return Link() ? m_ui.ViewOf(*Link()) : nullptr; }
+    bool LinkLogHas(const std::string& text) const
+    {
+        for (const std::string& row : Link()->LogList()->Rows())
+            if (row.find(text) != std::string::npos) return true;
+        return false;
+    }
+    void ClickInLink(int id)
+    {
+        auto* button = Widget<QPushButton>(LinkView(), id);
+        QTimer::singleShot(0, button, [button] { button->click(); });  // a modal dialog runs its own loop
+    }
+
+    // A link window as the user meets it: connect, a request and its answer, then close.
+    void LinkTour(bool full)
+    {
+        Do("Open LoLi", [this] { Widget<QPushButton>(Main(), IDC_OPEN_LOLI)->click(); });
+        Then("the link window shows", [this] { return LinkView() && LinkView()->isVisible(); });
+        Do("connect the link", [this, full] { ClickInLink(full ? IDC_KD_OPEN : IDC_LL_CONNECT); });
+        Then("the link is online", [this] { return LinkLogHas("PDU_CLLST_ONLINE"); });
+        Do("type the request", [this, full] {
+            auto* combo = Widget<QComboBox>(LinkView(), full ? IDC_KD_PDU_COMBO : IDC_LL_PDU_COMBO);
+            combo->lineEdit()->setText("22,F1,90");
+            emit combo->lineEdit()->textEdited("22,F1,90");
+        });
+        if (full) {
+            Do("Enable Timestamp", [this] { Widget<QCheckBox>(LinkView(), IDC_KD_ENABLE_TIMESTAMP)->click(); });
+            Do("send it", [this] { ClickInLink(IDC_KD_SERVICE); });
+            Then("the answer shows", [this] { return LinkLogHas("Status=PDU_COPST_FINISHED"); });
+        } else {
+            Do("send it", [this] { ClickInLink(IDC_LL_SENDRECV); });
+            Then("the answer shows", [this] { return LinkLogHas("ComPrimitive: 1(0x1) finished."); });
+        }
+        Wait(400);
+        Do("look at the link window", [this, full] {
+            Say(QStringLiteral("link window %1x%2 at %3,%4").arg(LinkView()->width()).arg(LinkView()->height())
+                    .arg(LinkView()->x()).arg(LinkView()->y()));
+            Shot(full ? "link-full" : "link-plain");
+        });
+        if (full) {
+            LinkDialog(IDC_KD_TXFLAGS, IDD_TX_FLAGS, "txflags");
+            LinkDialog(IDC_KD_EXPRESP, IDD_MASK_AND_PATTERN, "expresp");
+        }
+        Do("disconnect the link", [this, full] { ClickInLink(full ? IDC_KD_CLOSE : IDC_LL_DISCONNECT); });
+        Then("the link is offline", [this] { return LinkLogHas("PDU_CLLST_OFFLINE"); });
+        Do("close the link window", [this] { ClickInLink(ui::IDOK); });
+        Then("the link window goes", [this] { return Link() == nullptr; });
+    }
+
+    // One of the link window's modal dialogs: opened, looked at, left with Escape.
+    void LinkDialog(int buttonId, int templateId, const QString& name)
+    {
+        Do("open " + name, [this, buttonId] { ClickInLink(buttonId); });
+        Then(name + " shows", [this, templateId] { return ModalOf(templateId) != nullptr; });
+        Wait(300);
+        Do("look at " + name, [this, name, templateId] {
+            QWidget* dialog = ModalOf(templateId);
+            const QPoint offset = dialog->frameGeometry().center() - LinkView()->frameGeometry().center();
+            Check(std::abs(offset.x()) <= 2 && std::abs(offset.y()) <= 2,
+                  QStringLiteral("%1 centred over the link window").arg(name));
+            Shot(name);
+        });
+        Do("leave " + name, [this, templateId] { Press(ModalOf(templateId), Qt::Key_Escape); });
+        Then(name + " ends", [this, templateId] { return ModalOf(templateId) == nullptr; });
+    }
+
+    QWidget* ModalOf(int templateId) const
+    {
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            auto* view = qobject_cast<DialogView*>(w);
+            if (view && view->isVisible() && view->Logic().TemplateId() == templateId) return view;
+        }
+        for (QWidget* w : LinkView() ? LinkView()->findChildren<DialogView*>() : QList<DialogView*>{}) {
+            auto* view = static_cast<DialogView*>(w);
+            if (view->isVisible() && view->Logic().TemplateId() == templateId) return view;
+        }
+        return nullptr;
     }
 
     void ExitNow()
@@ -348,8 +434,9 @@ int main(int argc, char** argv)
     const QString exitAfter = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     QDir().mkpath(outDir);
     Tour* tour = nullptr;
-    char* benchArgv[] = {argv[0], nullptr};
-    RunBench(1, benchArgv, [&](QtUi& ui) { tour = new Tour(ui, outDir, exitAfter); });
+    char monitor[] = "-m1";
+    char* benchArgv[] = {argv[0], exitAfter == "monitor" ? monitor : nullptr, nullptr};
+    RunBench(exitAfter == "monitor" ? 2 : 1, benchArgv, [&](QtUi& ui) { tour = new Tour(ui, outDir, exitAfter); });
     const long long returned = WallMs();
     if (tour->ClosedAtMs() != 0)
         std::printf("[tour] main window closed at %lld ms, the bench returned %lld ms later\n", tour->ClosedAtMs(),
