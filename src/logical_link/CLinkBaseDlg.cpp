@@ -99,6 +99,21 @@ void CLinkBaseDlg::PlaceRightOfCenter(Dialog& reference)
     MoveTo((ref.left + ref.right) / 2, ref.top);
 }
 
+bool CLinkBaseDlg::EditorRefusesClose()
+{
+    const std::pair<Dialog*, const char*> editors[] = {
+        {m_pComParamDlg, "ComParam dialog still open!"},
+        {m_pUridDlg, "UniqueResponseIdTable dialog still open!"},
+        {m_pIoCtlFilterDlg, "IoCtlFilter dialog still open!"},
+    };
+    for (const auto& [editor, text] : editors) {
+        if (!editor) continue;
+        m_ui.MessageBox(text, "", ui::MB_OK);
+        return true;
+    }
+    return false;
+}
+
 bool CLinkBaseDlg::DestroyLinkForClose(T_PDU_ERROR& status)
 {
     if (m_hMod == PDU_HANDLE_UNDEF) {

@@ -70,6 +70,8 @@ public:
 protected:
     static unsigned TimerIdOf(int templateId);
     void MoveTo(int x, int y);
+    // An editor still open on the link refuses the close, with a box that says which.
+    bool EditorRefusesClose();
     // The close's conversation with the library: false when the link is still online (the user
     // is told so). The link is destroyed when it is offline, or kept when its status can't be read.
     bool DestroyLinkForClose(T_PDU_ERROR& status);

@@ -42,6 +42,12 @@ bool ParsePduBytes(std::string_view text, std::vector<uint8_t>& bytes, bool stop
     return !fault;
 }
 
+uint32_t CancelHandleOf(const std::string& text)
+{
+    const size_t bracket = text.find('(');
+    return bracket == std::string::npos ? 0 : ParseULong32(std::string_view(text).substr(0, bracket), 0);
+}
+
 bool ComPrimitiveRequest::SetControl(const ControlFields& fields, const PDU_FLAG_DATA& txFlags)
 {
     control = PDU_COP_CTRL_DATA{};

@@ -17,6 +17,10 @@
 // bytes. False on a fault; with stopAtFirstFault the tokens after it aren't looked at.
 bool ParsePduBytes(std::string_view text, std::vector<uint8_t>& bytes, bool stopAtFirstFault = false);
 
+// The handle in a cancel box's text: "5 (0x5)" and "5(0x5)" read 5; the text is cut at its "("
+// first, so a text without one reads 0.
+uint32_t CancelHandleOf(const std::string& text);
+
 // The text fields of the control data, as typed.
 struct ControlFields {
     std::string receiveCycles;

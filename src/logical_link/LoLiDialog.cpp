@@ -273,18 +273,16 @@ void LoLiDialog::OnBnClickedDelay()
 
 void LoLiDialog::OnBnClickedCancelPrimitive()
 {
-    std::string text = m_CancelCombo.GetWindowText();
+    const std::string text = m_CancelCombo.GetWindowText();
     if (text.empty()) {
         m_ui.MessageBox("No ComPrimitiveHandle found!", "", ui::MB_OK);
         return;
     }
     Log(kSeparator);
     LogFormat("Canceling ComPrimitive %s...\n", text.c_str());
-    const size_t bracket = text.find('(');
-    text = bracket == std::string::npos ? std::string() : text.substr(0, bracket);
     {
         std::lock_guard lock(LinkLock);
-        m_lastStatus = PduApi.PDUCancelComPrimitive(m_hMod, m_hCLL, ParseULong32(text, 0));
+        m_lastStatus = PduApi.PDUCancelComPrimitive(m_hMod, m_hCLL, CancelHandleOf(text));
     }
     LogFormat("Return of PDUCancelComPrimitive:\n%s\n", PduStatusText(m_lastStatus));
     m_CancelCombo.SetWindowText("");
@@ -329,14 +327,7 @@ void LoLiDialog::OnBnClickedClearLog()
 
 void LoLiDialog::OnBnClickedExit()
 {
-    if (m_pComParamDlg) {
-        m_ui.MessageBox("ComParam dialog still open!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pUridDlg) {
-        m_ui.MessageBox("UniqueResponseIdTable dialog still open!", "", ui::MB_OK);
-        return;
-    }
+    if (EditorRefusesClose()) return;
     T_PDU_ERROR status = m_lastStatus;
     const bool destroyed = DestroyLinkForClose(status);
     m_lastStatus = status;

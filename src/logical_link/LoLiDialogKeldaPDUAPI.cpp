@@ -339,18 +339,7 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedResetRecvCount()
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedCloseWindow()
 {
-    if (m_pComParamDlg) {
-        m_ui.MessageBox("ComParam dialog still open!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pUridDlg) {
-        m_ui.MessageBox("UniqueResponseIdTable dialog still open!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pIoCtlFilterDlg) {
-        m_ui.MessageBox("IoCtlFilter dialog still open!", "", ui::MB_OK);
-        return;
-    }
+    if (EditorRefusesClose()) return;
     T_PDU_ERROR status = m_lastStatus;
     const bool destroyed = DestroyLinkForClose(status);
     m_lastStatus = status;

@@ -168,6 +168,8 @@ private:
     bool StartWorkers();
     void StopWorkers();
     void PressComPrimitive(T_PDU_COPT type);
+    // UPDATEPARAM and RESTORE_PARAM: no data, no control data, the call's return in the log.
+    void StartWithoutData(T_PDU_COPT type, const char* returnText);
     void AddToHistory(const std::string& text);
     static void QUILLON_LoLi_RxThread(std::shared_ptr<LoLiDialogKeldaPDUAPI> self);
     static void QUILLON_LoLi_TxThread(std::shared_ptr<LoLiDialogKeldaPDUAPI> self);

@@ -114,39 +114,35 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedKdDelay()
     if (m_lastStatus == PDU_STATUS_NOERROR && m_pUIThread) m_pUIThread->AddActiveCoP(*this, handle);
 }
 
-void LoLiDialogKeldaPDUAPI::OnBnClickedUpdateLink()
+void LoLiDialogKeldaPDUAPI::StartWithoutData(T_PDU_COPT type, const char* returnText)
 {
     UNUM32 handle = 0;
-    const T_PDU_ERROR result =
-        PduApi.PDUStartComPrimitive(m_hMod, m_hCLL, PDU_COPT_UPDATEPARAM, 0, nullptr, nullptr, nullptr, &handle);
+    const T_PDU_ERROR result = PduApi.PDUStartComPrimitive(m_hMod, m_hCLL, type, 0, nullptr, nullptr, nullptr, &handle);
     if (result == PDU_STATUS_NOERROR && m_pUIThread) m_pUIThread->AddActiveCoP(*this, handle);
     Log(kSeparator);
-    LogFormat("Return of PDU_COPT_UPDATEPARAM:\n%s\n", PduStatusText(result));
+    LogFormat(returnText, PduStatusText(result));
+}
+
+void LoLiDialogKeldaPDUAPI::OnBnClickedUpdateLink()
+{
+    StartWithoutData(PDU_COPT_UPDATEPARAM, "Return of PDU_COPT_UPDATEPARAM:\n%s\n");
 }
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedRestore()
 {
-    UNUM32 handle = 0;
-    const T_PDU_ERROR result =
-        PduApi.PDUStartComPrimitive(m_hMod, m_hCLL, PDU_COPT_RESTORE_PARAM, 0, nullptr, nullptr, nullptr, &handle);
-    if (result == PDU_STATUS_NOERROR && m_pUIThread) m_pUIThread->AddActiveCoP(*this, handle);
-    Log(kSeparator);
-    LogFormat("Return of PDU_COPT_RESTORE_PARAM:\n%s\n", PduStatusText(result));
+    StartWithoutData(PDU_COPT_RESTORE_PARAM, "Return of PDU_COPT_RESTORE_PARAM:\n%s\n");
 }
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedCancelCurr()
 {
-    std::string text = m_CancelCombo.GetWindowText();
+    const std::string text = m_CancelCombo.GetWindowText();
     if (text.empty()) {
         m_ui.MessageBox("No ComPrimitiveHandle found!", "", ui::MB_OK);
         return;
     }
     Log(kSeparator);
     LogFormat("Canceling ComPrimitive %s...\n", text.c_str());
-    // "5 (0x5)" reads 5; a text without "(" is emptied by the cut and gives handle 0.
-    const size_t bracket = text.find('(');
-    text = bracket == std::string::npos ? std::string() : text.substr(0, bracket);
-    m_lastStatus = PduApi.PDUCancelComPrimitive(m_hMod, m_hCLL, ParseULong32(text, 0));
+    m_lastStatus = PduApi.PDUCancelComPrimitive(m_hMod, m_hCLL, CancelHandleOf(text));
     LogFormat("Return of PDUCancelComPrimitive:\n%s\n", PduStatusText(m_lastStatus));
     m_cancelComboHeld = false;
 }

@@ -132,3 +132,11 @@ TEST(HexParsing, BytesAndLongs)
     EXPECT_EQ(count, 3u);  // one more than asked for, by design
     EXPECT_EQ(longs[2], 0x300u);
 }
+
+TEST(ComPrimitiveRequest, TheHandleInACancelBox)
+{
+    EXPECT_EQ(CancelHandleOf("5 (0x5)"), 5u);
+    EXPECT_EQ(CancelHandleOf("5(0x5)"), 5u);
+    EXPECT_EQ(CancelHandleOf("0x10 (16)"), 16u);
+    EXPECT_EQ(CancelHandleOf("7"), 0u);  // without "(" the cut leaves nothing
+}
