@@ -1,6 +1,8 @@
 // Link windows opened from the main dialog on the simulator: launch and placement, the link
 // without a resource, Sync mode across windows, closes that give up on a worker, many cycles.
+#include <chrono>
 #include <regex>
+#include <thread>
 
 #include "../support/WaitFor.h"
 #include "MainDialogFixture.h"
@@ -122,19 +124,22 @@ TEST_F(LinkWindowsTest, SyncModeIsOneEventForEveryWindow)
     StartOnSimulator({"-m1"});
     auto& a = OpenLink<LoLiDialogKeldaPDUAPI>("A");
     auto& b = OpenLink<LoLiDialogKeldaPDUAPI>("B");
-    for (auto* link : {&a, &b}) {
-        link->m_OpenButton.Click();
-        link->m_SyncCheck.UserSetCheck(1);
-    }
+    a.m_OpenButton.Click();
+    b.m_OpenButton.Click();
     // A starts a cyclic ComPrimitive, which never ends, and waits before its second start...
+    a.m_SyncCheck.UserSetCheck(1);
     a.m_SendCountEdit.SetWindowText("-1");
     a.m_PduCombo.SetWindowText("22,F1,90");
     a.m_RepeatEdit.SetWindowText("2");
     a.m_KdServiceButton.Click();
     ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(a) == 1; }));
-    // ...until a ComPrimitive of B ends.
-    b.m_PduCombo.SetWindowText("22,F1,90");
+    // ...until a ComPrimitive of B ends. B's own start is behind it before B turns Sync on, so
+    // that B's end frees A, not B: the event lets one waiter through.
+    b.m_PduCombo.SetWindowText("31,01,02,01");  // three "response pending" before the answer
     b.m_KdServiceButton.Click();
+    ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(b) == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    b.m_SyncCheck.UserSetCheck(1);
     ASSERT_TRUE(WaitFor([&] { return ActiveCoPs(a) == 2; }));
 }
 
