@@ -20,4 +20,4 @@ run_preset default
 [ "${1:-}" = "--quick" ] && exit 0
 run_preset asan
 # ThreadSanitizer on the programs whose code runs threads.
-run_preset tsan -R '^(platform|sim|sim_vehicle|app|headless|controls)$'
+run_preset tsan -R '^(platform|sim|sim_vehicle|app|headless|controls|logical_link)$'
