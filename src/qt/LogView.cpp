@@ -24,8 +24,28 @@ constexpr int kMeasureLimit = 2000;
 
 }  // namespace
 
+bool LogView::IsMonospaced(const QFont& font) {
+    // What the reader sees, not the font's own flag: some monospaced faces don't set it.
+    const QFontMetricsF metrics(font);
+    const qreal width = metrics.horizontalAdvance(QLatin1Char('i'));
+    return width > 0 && metrics.horizontalAdvance(QLatin1Char('W')) == width &&
+           metrics.horizontalAdvance(QLatin1Char('0')) == width;
+}
+
 QFont LogView::ReadableFixedFont() {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    if (!IsMonospaced(font)) {
+        // The system's choice may land on a face that isn't monospaced: take a known one.
+        for (const char* family : {"DejaVu Sans Mono", "Liberation Mono", "Noto Sans Mono", "Courier New", "monospace"}) {
+            QFont candidate(QString::fromLatin1(family));
+            candidate.setStyleHint(QFont::Monospace);
+            if (IsMonospaced(candidate)) {
+                candidate.setPointSizeF(font.pointSizeF() > 0 ? font.pointSizeF() : kMinimumPoints);
+                font = candidate;
+                break;
+            }
+        }
+    }
     const QFont text = QApplication::font();
     const auto points = [](const QFont& f) {
         if (f.pointSizeF() > 0)

@@ -30,6 +30,8 @@ public:
 
     // The system's fixed-pitch font, no smaller than the application's own text nor kMinimumPoints.
     static QFont ReadableFixedFont();
+    // Every character as wide as the next, as a log's columns of bytes need.
+    static bool IsMonospaced(const QFont& font);
 
     PrintListModel* Model() const { return m_model; }
     // Flushes the list: new rows show and the view keeps to the last one.
