@@ -287,6 +287,12 @@ bool CQuillonDlg::ResolveRootFilePath(const std::string& exeDir)
             m_RootFilePath = exeDir + "/pdu_api_root.xml";
             return true;
         }
+        // Installed, the program's own root file can't lie beside it in bin/; it stands in for
+        // that file, so the packaged simulator is listed and the system file stays the vendor's.
+        if (std::string installed = platform::InstalledRootFilePath(exeDir); !installed.empty()) {
+            m_RootFilePath = std::move(installed);
+            return true;
+        }
     }
     m_RootFilePath = GetRootFilePathFromRegistry();
     if (m_RootFilePath.empty()) {

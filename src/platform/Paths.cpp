@@ -7,7 +7,13 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <vector>
+
+// Set by the build from its install folders, so that the program and its package agree.
+#ifndef QUILLON_INSTALLED_ROOT_FILE
+#define QUILLON_INSTALLED_ROOT_FILE "../share/quillon/pdu_api_root.xml"
+#endif
 
 namespace platform {
 
@@ -111,6 +117,15 @@ std::string SystemRootFilePath()
         return overridden;
     const std::string standardPlace = "/etc/pdu_api_root.xml";
     return FileExists(standardPlace) ? standardPlace : std::string();
+}
+
+std::string InstalledRootFilePath(const std::string& executableDirectory)
+{
+    if (executableDirectory.empty())
+        return {};
+    const std::string path =
+        (std::filesystem::path(executableDirectory) / QUILLON_INSTALLED_ROOT_FILE).lexically_normal().string();
+    return FileExists(path) ? path : std::string();
 }
 
 std::string ToLower(const std::string& s)

@@ -13,6 +13,9 @@ bool FileExists(const std::string& path);
 bool CanOpenForReading(const std::string& path);
 // $D_PDU_API_ROOT_FILE when set and non-empty, else /etc/pdu_api_root.xml when it exists, else "".
 std::string SystemRootFilePath();
+// The root file an installed program ships in its data folder (<prefix>/share/quillon for a
+// program in <prefix>/bin), when it exists there; else "".
+std::string InstalledRootFilePath(const std::string& executableDirectory);
 std::string ToLower(const std::string& s);  // ASCII only
 
 }  // namespace platform

@@ -2,6 +2,10 @@
 
 using StartupTest = MainDialogFixture;
 
+#ifndef QUILLON_INSTALLED_ROOT_FILE
+#define QUILLON_INSTALLED_ROOT_FILE "../share/quillon/pdu_api_root.xml"
+#endif
+
 namespace {
 const std::vector<RootEntry> kThreeSuppliers = {
     {"SIM_A", "Morvane AG", "file:///a.so"},
@@ -37,21 +41,32 @@ TEST_F(StartupTest, NamesWithLettersBeyondAsciiKeepTheirSuppliers)
 TEST_F(StartupTest, RootFileChoice)
 {
     const std::string systemRoot = WriteRoot({{"SYSTEM", "Morvane AG", "file:///s.so"}}, "etc/pdu_api_root.xml");
+    // Where the build installs the root file, seen from a program in bin/.
+    const std::string installedRoot = std::filesystem::path("bin/" QUILLON_INSTALLED_ROOT_FILE).lexically_normal().string();
     const struct {
         const char* ini;
         bool localRoot;
         bool systemSet;
+        bool installed;
         std::string expected;  // empty: start-up fails
     } cases[] = {
-        {"", true, true, "bin/pdu_api_root.xml"},
-        {"[KeldaTest]\nUseSystemRootFile=0\n", false, true, "etc/pdu_api_root.xml"},
-        {"[KeldaTest]\nUseSystemRootFile=1\n", true, true, "etc/pdu_api_root.xml"},
-        {"[KeldaTest]\nUseSystemRootFile=yes\n", true, true, "bin/pdu_api_root.xml"},
-        {"[KeldaTest]\nUseSystemRootFile=1\n", true, false, ""},
+        {"", true, true, false, "bin/pdu_api_root.xml"},
+        {"[KeldaTest]\nUseSystemRootFile=0\n", false, true, false, "etc/pdu_api_root.xml"},
+        {"[KeldaTest]\nUseSystemRootFile=1\n", true, true, false, "etc/pdu_api_root.xml"},
+        {"[KeldaTest]\nUseSystemRootFile=yes\n", true, true, false, "bin/pdu_api_root.xml"},
+        {"[KeldaTest]\nUseSystemRootFile=1\n", true, false, false, ""},
+        // Installed: the packaged file stands in for the one beside the program, never for the system's.
+        {"", true, true, true, "bin/pdu_api_root.xml"},
+        {"", false, true, true, installedRoot},
+        {"[KeldaTest]\nUseSystemRootFile=0\n", false, false, true, installedRoot},
+        {"[KeldaTest]\nUseSystemRootFile=1\n", false, true, true, "etc/pdu_api_root.xml"},
+        {"[KeldaTest]\nUseSystemRootFile=1\n", false, false, true, ""},
     };
     for (const auto& c : cases) {
         std::filesystem::remove(m_dir.File("bin/pdu_api_root.xml"));
+        std::filesystem::remove(m_dir.File(installedRoot));
         if (c.localRoot) WriteRoot({{"LOCAL", "Morvane AG", "file:///l.so"}});
+        if (c.installed) WriteRoot({{"MRVNE_PDUSIM", "Morvane AG", "file:///usr/lib/quillon/pdusim/libpdusim.so"}}, installedRoot);
         WriteIni(c.ini);
         if (c.systemSet) setenv("D_PDU_API_ROOT_FILE", systemRoot.c_str(), 1);
         else unsetenv("D_PDU_API_ROOT_FILE");

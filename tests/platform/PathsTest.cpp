@@ -5,8 +5,13 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "TestFolder.h"
+
+#ifndef QUILLON_INSTALLED_ROOT_FILE
+#define QUILLON_INSTALLED_ROOT_FILE "../share/quillon/pdu_api_root.xml"
+#endif
 
 using namespace platform;
 
@@ -87,6 +92,41 @@ TEST(Paths, SystemRootFileComesFromTheEnvironmentFirst)
     for (const auto& value : {std::optional<std::string>(""), std::optional<std::string>()}) {
         ScopedEnvironment variable("D_PDU_API_ROOT_FILE", value);
         EXPECT_EQ(SystemRootFilePath(), standard);
+    }
+}
+
+TEST(Paths, InstalledRootFileLiesInTheDataFolderOfTheProgramsPrefix)
+{
+    TestFolder folder;
+    const std::string relative = QUILLON_INSTALLED_ROOT_FILE;  // from bin/, as the build installs it
+    const auto place = [&](const std::string& prefix) {
+        const std::string bin = folder.File(prefix + "/bin");
+        std::filesystem::create_directories(bin);
+        const std::string root = std::filesystem::path(bin + "/" + relative).lexically_normal().string();
+        std::filesystem::create_directories(std::filesystem::path(root).parent_path());
+        return std::make_pair(bin, root);
+    };
+    const auto [installedBin, installedRoot] = place("usr");
+    TestFolder::Write(installedRoot, "<x/>");
+    const auto [linkedBin, linkedRoot] = place("linked");
+    std::filesystem::create_symlink(installedRoot, linkedRoot);
+    const auto [emptyBin, emptyRoot] = place("empty");
+    const auto [folderBin, folderRoot] = place("folder");
+    std::filesystem::create_directory(folderRoot);
+
+    struct Case {
+        std::string executableDirectory;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {installedBin, installedRoot},
+        {linkedBin, linkedRoot},
+        {emptyBin, ""},
+        {folderBin, ""},  // a folder of that name does not count
+        {"", ""},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(InstalledRootFilePath(c.executableDirectory), c.expected) << c.executableDirectory;
     }
 }
 
