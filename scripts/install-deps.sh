@@ -1,8 +1,18 @@
 #!/usr/bin/env bash
 # Installs, from Debian's packages, whatever the build and the tests need and the machine lacks.
+# Extra groups by name: package (build and check the Debian package), icons (render the PNG
+# icons from their SVG), screenshot (a picture of the installed bench under a virtual screen).
 set -euo pipefail
 packages=(g++ make cmake pkg-config qt6-base-dev libgl-dev libpugixml-dev libgtest-dev libgmock-dev
           libbenchmark-dev xvfb xauth)
+for group in "$@"; do
+  case "$group" in
+    package) packages+=(dpkg-dev lintian desktop-file-utils) ;;
+    icons) packages+=(librsvg2-bin) ;;
+    screenshot) packages+=(imagemagick xdotool) ;;
+    *) echo "install-deps.sh: unknown group '$group' (package, icons, screenshot)" >&2; exit 2 ;;
+  esac
+done
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs the whole test suite; then the suite again under
 # AddressSanitizer + UndefinedBehaviorSanitizer, and the threaded tests under ThreadSanitizer.
-# Options: --quick (the default build only).
+# Options: --quick (the default build and its package only).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -17,6 +17,8 @@ run_preset() {
 }
 
 run_preset default
+# The Debian package made from that build: linted, installed, run from the PATH and purged.
+scripts/check-package.sh build/default
 [ "${1:-}" = "--quick" ] && exit 0
 run_preset asan
 # ThreadSanitizer on the programs whose code runs threads.
