@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <semaphore.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -96,11 +97,28 @@ std::string SemaphoreName(const std::string& name)
     return full;
 }
 
+// A named event of the platform lives while some process has it open and starts unset again
+// after the last one closed it. A named semaphore outlives its processes, so each process holds a
+// shared lock on a file beside it; the first to find no holder clears what a gone one left set.
+void ForgetLeftovers(const std::string& semaphoreName, sem_t* sem)
+{
+    const std::string lockPath = "/dev/shm" + semaphoreName + ".users";
+    const int fd = open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) return;
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+        while (sem_trywait(sem) == 0) {
+        }
+    }
+    flock(fd, LOCK_SH);  // kept, with the descriptor, until the process ends
+}
+
 std::shared_ptr<SystemEvent> Create(const std::string& name)
 {
-    sem_t* sem = sem_open(SemaphoreName(name).c_str(), O_CREAT, 0600, 0);
-    if (sem != SEM_FAILED) return std::make_shared<SemaphoreEvent>(sem);
-    return std::make_shared<ProcessEvent>();
+    const std::string semaphoreName = SemaphoreName(name);
+    sem_t* sem = sem_open(semaphoreName.c_str(), O_CREAT, 0600, 0);
+    if (sem == SEM_FAILED) return std::make_shared<ProcessEvent>();
+    ForgetLeftovers(semaphoreName, sem);
+    return std::make_shared<SemaphoreEvent>(sem);
 }
 
 }  // namespace
