@@ -31,7 +31,7 @@ installed_here=""
 sudo=""; [ "$(id -u)" -ne 0 ] && sudo="sudo -n"
 cleanup() {
   if [ -n "$installed_here" ]; then
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get purge -y -qq quillon >/dev/null 2>&1 || true
+    $sudo env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=120 purge -y -qq quillon >/dev/null 2>&1 || true
   fi
   rm -rf "$work"
 }
@@ -65,7 +65,7 @@ done
 echo "desktop file valid; icon '$icon' in hicolor"
 
 echo "=== lintian ==="
-# Every finding is shown; errors fail the check (README: the warnings kept and why).
+# Every finding is shown; errors fail the check (the README says which infos are kept and why).
 lintian --fail-on error --display-info "$deb" || fail "lintian reports errors"
 
 echo "=== install ==="
@@ -82,7 +82,7 @@ dpkg-deb -c "$deb" | awk '{print $6}' | sed 's#^\./#/#; s#/$##' | grep . | while
   [ -e "$path" ] && echo "$path"
 done > "$work/before.txt" || true
 installed_here=yes
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "$deb" >"$work/apt.txt" 2>&1 \
+$sudo env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=120 install -y -qq --no-install-recommends "$deb" >"$work/apt.txt" 2>&1 \
   || { cat "$work/apt.txt"; fail "apt-get install"; }
 echo "installed $(dpkg-query -W -f='${Package} ${Version}' quillon)"
 dpkg -L quillon | grep -E '^/etc(/|$)' && fail "dpkg -L lists files under /etc"
@@ -134,7 +134,7 @@ if [ -n "$shots" ]; then
 fi
 
 echo "=== purge ==="
-DEBIAN_FRONTEND=noninteractive $sudo apt-get purge -y -qq quillon >"$work/apt.txt" 2>&1 \
+$sudo env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=120 purge -y -qq quillon >"$work/apt.txt" 2>&1 \
   || { cat "$work/apt.txt"; fail "apt-get purge"; }
 installed_here=""
 dpkg-query -W -f='${Status}' quillon 2>/dev/null | grep -q "install ok installed" && fail "quillon is still installed"
