@@ -162,6 +162,7 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
     }
     if (cmd == "waitlog") return CmdWaitLog(w);
     if (cmd == "waitfor") return CmdWaitFor(w);
+    if (cmd == "waititems") return CmdWaitItems(w);
     if (cmd == "log") return CmdLog(w);
     if (cmd == "print") return CmdPrint(w);
     return Fail("unknown command \"" + cmd + "\"");
@@ -323,6 +324,20 @@ bool ScriptDriver::CmdWaitFor(const std::vector<std::string>& w)
     return reached() ? true
                      : Fail("waitfor: \"" + w[1] + "\" shows \"" + ValueOf(*c) + "\", not \"" + w[2] + "\" within " +
                             std::to_string(ms) + " ms");
+}
+
+bool ScriptDriver::CmdWaitItems(const std::vector<std::string>& w)
+{
+    if (w.size() < 3) return Fail("waititems: a combo box and a count are needed");
+    const int ms = w.size() > 3 ? std::atoi(w[3].c_str()) : kDefaultWaitLogMs;
+    auto* combo = dynamic_cast<controls::ComboBox*>(FindNamed(Target(), w[1]));
+    if (!combo) return Fail("waititems: no combo box \"" + w[1] + "\"");
+    const int count = std::atoi(w[2].c_str());
+    const auto reached = [&] { return combo->GetCount() == count; };
+    m_ui.Pump(std::chrono::milliseconds(ms), reached);
+    return reached() ? true
+                     : Fail("waititems: \"" + w[1] + "\" has " + std::to_string(combo->GetCount()) + " items, not " +
+                            w[2] + " within " + std::to_string(ms) + " ms");
 }
 
 bool ScriptDriver::CmdLog(const std::vector<std::string>& w)

@@ -44,6 +44,7 @@ private:
     bool CmdModal(const std::vector<std::string>& w);
     bool CmdWaitLog(const std::vector<std::string>& w);
     bool CmdWaitFor(const std::vector<std::string>& w);
+    bool CmdWaitItems(const std::vector<std::string>& w);
     bool CmdLog(const std::vector<std::string>& w);
     bool CmdPrint(const std::vector<std::string>& w);
 

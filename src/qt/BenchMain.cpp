@@ -1,6 +1,7 @@
 #include "qt/BenchMain.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -37,6 +38,13 @@ int RunBench(int argc, char** argv, const std::function<void(QtUi&)>& started)
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName("Quillon");
+    QGuiApplication::setDesktopFileName("quillon");
+    QIcon icon = QIcon::fromTheme("quillon");
+    if (icon.isNull()) {
+        icon.addFile(":/icons/64x64/quillon.png");
+        icon.addFile(":/icons/256x256/quillon.png");
+    }
+    QApplication::setWindowIcon(icon);
     QtUi ui;
     RegisterViews(ui);
     if (started) started(ui);
