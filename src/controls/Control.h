@@ -21,6 +21,8 @@ enum class Notification {
     KeyChar,
     SetFocus,    // the control got the keyboard focus from the user
     CloseUp,     // a combo's drop-down list closed
+    BeginLabelEdit, // a tree item's in-place edit began
+    EndLabelEdit,   // ... and ended
 };
 
 class Control {

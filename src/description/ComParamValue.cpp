@@ -521,3 +521,18 @@ int NumberTextsDiffer(const std::string& a, const std::string& b)
             return 1;
     return 0;
 }
+
+int64_t NumericValue(const void* value, uint32_t dataType)
+{
+    if (!value) return 0;
+    switch (dataType) {
+    case PDU_PT_UNUM8: return *static_cast<const UNUM8*>(value);
+    case PDU_PT_SNUM8: return *static_cast<const SNUM8*>(value);
+    case PDU_PT_UNUM16: return *static_cast<const UNUM16*>(value);
+    case PDU_PT_SNUM16: return *static_cast<const SNUM16*>(value);
+    case PDU_PT_UNUM32: return *static_cast<const UNUM32*>(value);
+    case PDU_PT_SNUM32: return *static_cast<const SNUM32*>(value);
+    default: return 0;
+    }
+}
+

@@ -21,6 +21,8 @@ constexpr uint32_t kStructEntrySize = 6;
 
 bool IsValueDataType(uint32_t dataType);
 bool IsNumericDataType(uint32_t dataType);
+// The number of a numeric block, signed types sign-extended; 0 for any other type.
+int64_t NumericValue(const void* value, uint32_t dataType);
 
 // The three text converters and their limits.
 enum class ValueConverter {

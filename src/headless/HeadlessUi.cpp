@@ -72,13 +72,14 @@ void HeadlessUi::MoveWindow(Dialog& dialog, int x, int y)
 std::optional<std::string> HeadlessUi::FileBox(const ui::FileBoxRequest& request)
 {
     std::lock_guard lock(m_mutex);
-    if (m_fileAnswers.empty()) {
-        m_out << "[file] cancel" << std::endl;
-        return std::nullopt;
+    std::optional<std::string> answer;
+    if (!m_fileAnswers.empty()) {
+        answer = m_fileAnswers.front();
+        m_fileAnswers.pop_front();
     }
-    auto answer = m_fileAnswers.front();
-    m_fileAnswers.pop_front();
-    m_out << "[file] " << (answer ? *answer : std::string("cancel")) << std::endl;
+    m_out << "[file] " << (request.save ? "save" : "open") << " filter=" << request.filter
+          << " ext=" << request.defaultExtension << " dir=" << request.initialDir << " -> "
+          << (answer ? *answer : std::string("cancel")) << std::endl;
     return answer;
 }
 

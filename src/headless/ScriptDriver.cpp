@@ -9,6 +9,7 @@
 #include "controls/ComboBox.h"
 #include "controls/Edit.h"
 #include "controls/PrintListCtrl.h"
+#include "controls/TreeCtrl.h"
 #include "ui/Dialog.h"
 
 namespace {
@@ -156,6 +157,7 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
         return true;
     }
     if (cmd == "modal") return CmdModal(w);
+    if (cmd == "tree") return CmdTree(w);
     if (cmd == "wait") {
         m_ui.Pump(std::chrono::milliseconds(w.size() > 1 ? std::atoi(w[1].c_str()) : 0));
         return true;
@@ -245,6 +247,43 @@ bool ScriptDriver::CmdClick(const std::vector<std::string>& w)
     if (!button) return Fail("click: no button \"" + Join(w, 1) + "\"");
     if (!Reachable("click", *button, Join(w, 1))) return false;
     button->Click();
+    return true;
+}
+
+namespace {
+
+// "URID-Table / URID=1 / CP_X=0x1" into its texts.
+std::vector<std::string> SplitPath(const std::string& path)
+{
+    std::vector<std::string> texts;
+    size_t start = 0;
+    for (size_t at; (at = path.find(" / ", start)) != std::string::npos; start = at + 3)
+        texts.push_back(path.substr(start, at - start));
+    texts.push_back(path.substr(start));
+    return texts;
+}
+
+}  // namespace
+
+bool ScriptDriver::CmdTree(const std::vector<std::string>& w)
+{
+    if (w.size() < 4) return Fail("tree: a tree, an action and an item path are needed");
+    auto* tree = dynamic_cast<controls::TreeCtrl*>(FindNamed(Target(), w[1]));
+    if (!tree) return Fail("tree: no tree \"" + w[1] + "\"");
+    if (!Reachable("tree", *tree, w[1])) return false;
+    const controls::TreeCtrl::Handle item = tree->FindPath(SplitPath(w[3]));
+    if (!item) return Fail("tree: \"" + w[1] + "\" has no item \"" + w[3] + "\"");
+    const std::string& action = w[2];
+    if (action == "select") {
+        tree->UserSelect(item);
+    } else if (action == "rclick") {
+        tree->UserRightClick(item);
+    } else if (action == "edit") {
+        if (w.size() < 5) return Fail("tree: edit needs the new text");
+        if (tree->UserBeginEdit(item)) tree->UserEndEdit(Join(w, 4));
+    } else {
+        return Fail("tree: select, edit or rclick, not \"" + action + "\"");
+    }
     return true;
 }
 
@@ -384,6 +423,9 @@ bool ScriptDriver::CmdPrint(const std::vector<std::string>& w)
         }
     } else if (auto* edit = dynamic_cast<controls::Edit*>(c)) {
         m_out << " " << edit->GetWindowText() << "\n";
+    } else if (auto* tree = dynamic_cast<controls::TreeCtrl*>(c)) {
+        m_out << "\n";
+        for (const auto& node : tree->Snapshot()) m_out << std::string(2 * node.level, ' ') << node.text << "\n";
     } else if (auto* box = dynamic_cast<controls::CheckBox*>(c)) {
         m_out << " " << box->GetCheck() << "\n";
     } else {

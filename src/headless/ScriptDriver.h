@@ -41,6 +41,7 @@ private:
     bool CmdCheck(const std::vector<std::string>& w);
     bool CmdClick(const std::vector<std::string>& w);
     bool CmdWindow(const std::vector<std::string>& w);
+    bool CmdTree(const std::vector<std::string>& w);
     bool CmdModal(const std::vector<std::string>& w);
     bool CmdWaitLog(const std::vector<std::string>& w);
     bool CmdWaitFor(const std::vector<std::string>& w);

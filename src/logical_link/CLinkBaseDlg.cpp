@@ -3,12 +3,19 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "description/LoLiValueFamily.h"
+#include "editors/ComParam_Dialog.h"
+#include "editors/URID_Table_Dialog.h"
 #include "logical_link/LinkHost.h"
 #include "logical_link/LinkResource.h"
 #include "pdu/PduApi.h"
+#include "pdu/PduStatusText.h"
 #include "platform/ProfileFile.h"
 
 namespace {
+
+// A folder read from the settings file: at most 260 characters.
+constexpr uint32_t kFolderBuffer = 261;
 
 // Never destroyed: a library may call back while the process ends.
 std::mutex& TagMutex()
@@ -155,9 +162,9 @@ void CLinkBaseDlg::SavePduHistory(controls::ComboBox& combo)
     platform::ProfileFile::WriteStrings(ini, "PDU", keys);
 }
 
-void CLinkBaseDlg::SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params,
-                                           const std::string& lastFolder)
+void CLinkBaseDlg::SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params)
 {
+    const std::string& lastFolder = m_lastFolder;
     const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
     SavePduHistory(pduCombo);
     params.SaveUridTable(ini, m_protocolName);
@@ -166,4 +173,88 @@ void CLinkBaseDlg::SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkCom
     if (!lastFolder.empty())
         platform::ProfileFile::WriteString(ini, "Directory", m_protocolName.c_str(), lastFolder.c_str());
     params.FreeAll();
+}
+
+// ---------------------------------------------------------------- the editors
+
+const ComParamValueFamily& CLinkBaseDlg::ValueFamily() const
+{
+    static const LoLiValueFamily values;
+    return values;
+}
+
+std::string CLinkBaseDlg::InitialFolder() const
+{
+    if (!m_lastFolder.empty()) return m_lastFolder;
+    const std::string ini = m_pMainDlg ? m_pMainDlg->GetIniPath() : std::string();
+    return platform::ProfileFile::GetString(ini, "Directory", m_protocolName, "", kFolderBuffer);
+}
+
+// A cancelled box reports nothing and changes nothing: the folder chosen before stays.
+void CLinkBaseDlg::RememberPath(const std::string& path)
+{
+    const size_t slash = path.find_last_of('/');
+    if (slash != std::string::npos) m_lastFolder = path.substr(0, slash == 0 ? 1 : slash);
+}
+
+void CLinkBaseDlg::EditComParams(LinkComParams& params, bool plainOwner, T_PDU_ERROR& lastStatus)
+{
+    if (params.ProtocolComParams.empty()) {
+        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
+        return;
+    }
+    params.FetchValues(m_hMod, m_hCLL);
+    if (m_pComParamDlg) {
+        m_ui.MessageBox("The ComParam dialog is already open!", "", ui::MB_OK);
+        return;
+    }
+    ComParam_Dialog dialog(m_ui, ComParam_Dialog::EditLinkComParams, m_protocolName, m_hMod, m_hCLL,
+                           params.ProtocolComParams);
+    (plainOwner ? dialog.ownerLoLi : dialog.ownerKelda) = this;
+    m_pComParamDlg = &dialog;
+    const int code = m_ui.RunModal(dialog);
+    m_pComParamDlg = nullptr;
+    if (code != ui::IDOK) {
+        params.LogText(LinkComParams::kSeparator);
+        params.LogText("Cancel editing, ComParam values not set!\n");
+        return;
+    }
+    params.SetChangedValues(m_hMod, m_hCLL, lastStatus);
+}
+
+void CLinkBaseDlg::EditUridTable(LinkComParams& params, bool plainOwner)
+{
+    if (params.ProtocolComParams.empty()) {
+        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
+        return;
+    }
+    if (m_pUridDlg) {
+        m_ui.MessageBox("The UridTable dialog is already open!", "", ui::MB_OK);
+        return;
+    }
+    URID_Table_Dialog dialog(m_ui, m_protocolName, m_hMod, m_hCLL, params.ProtocolComParams);
+    (plainOwner ? dialog.ownerLoLi : dialog.ownerKelda) = this;
+    m_pUridDlg = &dialog;
+    const int code = m_ui.RunModal(dialog);
+    m_pUridDlg = nullptr;
+    if (code != ui::IDOK) {
+        params.LogText(LinkComParams::kSeparator);
+        params.LogText("Cancel editing, URID table not set!\n");
+        return;
+    }
+    if (!dialog.table) {
+        params.LogText("Error: Invalid UridTable pointer!\n");
+        return;
+    }
+    const bool usable = params.AdoptUridTable(*dialog.table);
+    dialog.table.reset();
+    if (!usable) {
+        params.LogText("Error: Could not set a new URID table!\n");
+        return;
+    }
+    params.LogText(LinkComParams::kSeparator);
+    params.LogText("Setting the new URID Table...!\n");
+    const T_PDU_ERROR result = PduApi.PDUSetUniqueRespIdTable(m_hMod, m_hCLL, params.m_uridTable.Item());
+    params.LogText(LinkComParams::kSeparator);
+    params.LogText(std::string("Return of PDUSetUniqueRespIdTable:\n") + PduStatusText(result) + "\n");
 }

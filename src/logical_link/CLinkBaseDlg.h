@@ -9,13 +9,14 @@
 #include <string>
 
 #include "controls/ComboBox.h"
+#include "editors/EditorOwner.h"
 #include "logical_link/LinkComParams.h"
 #include "pdu/PduTypes.h"
 #include "ui/Dialog.h"
 
 class LinkHost;
 
-class CLinkBaseDlg : public Dialog, public std::enable_shared_from_this<CLinkBaseDlg> {
+class CLinkBaseDlg : public Dialog, public EditorOwner, public std::enable_shared_from_this<CLinkBaseDlg> {
 public:
     static constexpr unsigned kTimerPeriodMs = 50;
 
@@ -44,6 +45,12 @@ public:
     static void SetApiTagHandler(ApiTagHandler handler);
     static void RaiseForApiTag(void* apiTag);
 
+    // The editors' folder memory: the last folder a file box reported, else the settings file's.
+    std::string InitialFolder() const override;
+    // The plain window's routines; the link windows give their own.
+    const ComParamValueFamily& ValueFamily() const override;
+    void RememberPath(const std::string& path) override;
+
     LinkHost* m_pMainDlg = nullptr;
     Dialog* m_pComParamDlg = nullptr;
     Dialog* m_pUridDlg = nullptr;
@@ -64,6 +71,7 @@ public:
     std::string m_busTypeDetail1;
     std::string m_busTypeDetail2;
     std::string m_busTypeDetail3;
+    std::string m_lastFolder;
     uintptr_t m_hTimer = 0;
     const unsigned m_timerId;
 
@@ -79,7 +87,11 @@ protected:
     void LoadPduHistory(controls::ComboBox& combo);
     void SavePduHistory(controls::ComboBox& combo);
     // What a close writes of the link and frees: history, URID table, ComParams, folder.
-    void SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params, const std::string& lastFolder);
+    void SaveAndFreeLinkSettings(controls::ComboBox& pduCombo, LinkComParams& params);
+    // "Edit Param" and "Edit URID" of both windows; the plain window's editors have it as their
+    // plain owner, the full window's as their full one.
+    void EditComParams(LinkComParams& params, bool plainOwner, T_PDU_ERROR& lastStatus);
+    void EditUridTable(LinkComParams& params, bool plainOwner);
 
 private:
     bool m_tagRegistered = false;

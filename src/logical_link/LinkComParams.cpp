@@ -40,19 +40,6 @@ uint32_t MaxLenOf(const void* value)
     return value ? static_cast<const PDU_PARAM_BYTEFIELD_DATA*>(value)->ParamMaxLen : 0;
 }
 
-int64_t NumberOf(const void* value, uint32_t dataType)
-{
-    switch (dataType) {
-    case PDU_PT_UNUM8: return *static_cast<const UNUM8*>(value);
-    case PDU_PT_SNUM8: return *static_cast<const SNUM8*>(value);
-    case PDU_PT_UNUM16: return *static_cast<const UNUM16*>(value);
-    case PDU_PT_SNUM16: return *static_cast<const SNUM16*>(value);
-    case PDU_PT_UNUM32: return *static_cast<const UNUM32*>(value);
-    case PDU_PT_SNUM32: return *static_cast<const SNUM32*>(value);
-    default: return 0;
-    }
-}
-
 std::string Printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string Printf(const char* format, ...)
 {
@@ -85,38 +72,10 @@ std::string ValueText(const void* value, uint32_t dataType, bool hexNumbers)
     case PDU_PT_STRUCTFIELD: StructToText(text, static_cast<const PDU_PARAM_STRUCTFIELD_DATA*>(value)); return text;
     default:
         if (!IsNumericDataType(dataType)) return {};
-        return Printf(hexNumbers ? "0x%x" : "%d", static_cast<uint32_t>(NumberOf(value, dataType)));
+        return Printf(hexNumbers ? "0x%x" : "%d", static_cast<uint32_t>(NumericValue(value, dataType)));
     }
     if (!text.empty()) text.pop_back();  // the last blank
     return text;
-}
-
-// ---------------------------------------------------------------- URID table
-
-void UridTable::Clear()
-{
-    for (auto& params : m_params)
-        for (PDU_PARAM_ITEM& item : params) m_family.FreeValue(&item.pComParamData, item.ComParamDataType);
-    m_params.clear();
-    m_entries.clear();
-}
-
-size_t UridTable::AddEntry(uint32_t urid, uint32_t count)
-{
-    m_entries.push_back(PDU_ECU_UNIQUE_RESP_DATA{urid, count, nullptr});
-    m_params.emplace_back(count, PDU_PARAM_ITEM{});
-    return m_entries.size() - 1;
-}
-
-PDU_UNIQUE_RESP_ID_TABLE_ITEM* UridTable::Item()
-{
-    for (size_t i = 0; i < m_entries.size(); ++i) {
-        m_entries[i].NumParamItems = static_cast<UNUM32>(m_params[i].size());
-        m_entries[i].pParams = m_params[i].empty() ? nullptr : m_params[i].data();
-    }
-    m_item = PDU_UNIQUE_RESP_ID_TABLE_ITEM{PDU_IT_UNIQUE_RESP_ID_TABLE, static_cast<UNUM32>(m_entries.size()),
-                                           m_entries.empty() ? nullptr : m_entries.data()};
-    return &m_item;
 }
 
 // ---------------------------------------------------------------- the ComParam array
@@ -254,13 +213,14 @@ bool LinkComParams::LoadAndSetValues(const std::string& iniPath, const std::stri
     return true;
 }
 
-void LinkComParams::SetValues(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& lastStatus)
+void LinkComParams::SetValues(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& lastStatus, bool onlyChanged)
 {
     const bool plain = m_variant == Variant::Plain;
     m_log(kSeparator);
     m_log("Setting new ComParam values...\n");
     for (const ComParamInfo& entry : ProtocolComParams) {
         if (entry.comParamClass == PDU_PC_UNIQUE_ID) continue;
+        if (onlyChanged && ValueEquals(entry.value, entry.appliedValue, entry.dataType)) continue;
         void* data = nullptr;
         if (m_family.CopyValue(&data, entry.value, entry.dataType)) {
             PDU_PARAM_ITEM item{PDU_IT_PARAM, entry.id, entry.dataType, entry.comParamClass, data};
@@ -362,10 +322,50 @@ void LinkComParams::LoadAndSetUridTable(const std::string& iniPath, const std::s
     if (table) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(table));
 }
 
+void LinkComParams::FetchValues(uint32_t hMod, uint32_t hCLL)
+{
+    m_log(kSeparator);
+    m_log("Getting ComParam values from the buffer...\n");
+    for (ComParamInfo& entry : ProtocolComParams) {
+        if (entry.comParamClass == PDU_PC_UNIQUE_ID) continue;
+        PDU_PARAM_ITEM* item = nullptr;
+        const T_PDU_ERROR result = PduApi.PDUGetComParam(hMod, hCLL, entry.id, &item);
+        if (result == PDU_STATUS_NOERROR && item && item->pComParamData) {
+            if (!m_family.CopyValue(&entry.appliedValue, item->pComParamData, entry.dataType) ||
+                !m_family.CopyValue(&entry.value, item->pComParamData, entry.dataType))
+                LogFormat("Error: Could not set ComParam(ID=%d) value!\n", static_cast<int>(entry.id));
+        } else if (result != PDU_STATUS_NOERROR) {
+            LogFormat("Return of PDUGetComParam(%d):\n%s\n", static_cast<int>(entry.id), PduStatusText(result));
+        }
+        if (item) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
+    }
+    m_log("Getting ComParam values finished!\n");
+}
+
+bool LinkComParams::AdoptUridTable(const UridTable& edited)
+{
+    m_uridTable.Clear();
+    const PDU_UNIQUE_RESP_ID_TABLE_ITEM* source = edited.Item();
+    for (UNUM32 e = 0; e < source->NumEntries; ++e) {
+        const PDU_ECU_UNIQUE_RESP_DATA& entry = source->pUniqueData[e];
+        const size_t copy = m_uridTable.AddEntry(entry.UniqueRespIdentifier, entry.NumParamItems);
+        for (UNUM32 p = 0; p < entry.NumParamItems; ++p) {
+            const PDU_PARAM_ITEM& param = entry.pParams[p];
+            PDU_PARAM_ITEM& item = m_uridTable.Param(copy, p);
+            item = PDU_PARAM_ITEM{param.ItemType, param.ComParamId, param.ComParamDataType, param.ComParamClass, nullptr};
+            if (param.pComParamData && !m_family.CopyValue(&item.pComParamData, param.pComParamData, param.ComParamDataType)) {
+                LogFormat("Error: Could not set the URID parameter ID=%d!\n", static_cast<int>(param.ComParamId));
+                m_uridTable.Clear();
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 void LinkComParams::SaveUridTable(const std::string& iniPath, const std::string& protocolName) const
 {
-    auto& table = const_cast<UridTable&>(m_uridTable);
-    const PDU_UNIQUE_RESP_ID_TABLE_ITEM* item = table.Item();
+    const PDU_UNIQUE_RESP_ID_TABLE_ITEM* item = m_uridTable.Item();
     for (UNUM32 e = 0; e < item->NumEntries; ++e) {
         const PDU_ECU_UNIQUE_RESP_DATA& entry = item->pUniqueData[e];
         const std::string section = Printf("URID_%s=%d", protocolName.c_str(), static_cast<int>(entry.UniqueRespIdentifier));

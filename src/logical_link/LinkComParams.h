@@ -10,35 +10,13 @@
 #include "description/ComParamInfo.h"
 #include "description/ComParamValueFamily.h"
 #include "description/DescriptionTables.h"
+#include "description/UridTable.h"
 #include "pdu/PduTypes.h"
 
 // One URID block as the settings file holds it: "name=value" pairs joined by commas.
 struct UridText {
     uint32_t id = 0;
     std::string items;
-};
-
-// A PDU_UNIQUE_RESP_ID_TABLE_ITEM with the arrays and values it points to.
-class UridTable {
-public:
-    explicit UridTable(const ComParamValueFamily& family) : m_family(family) {}
-    ~UridTable() { Clear(); }
-    UridTable(const UridTable&) = delete;
-    UridTable& operator=(const UridTable&) = delete;
-
-    void Clear();
-    // A new entry with `count` unset items; returns its index.
-    size_t AddEntry(uint32_t urid, uint32_t count);
-    PDU_PARAM_ITEM& Param(size_t entry, size_t index) { return m_params[entry][index]; }
-    size_t EntryCount() const { return m_entries.size(); }
-    // The item as the library takes it; valid until the next change.
-    PDU_UNIQUE_RESP_ID_TABLE_ITEM* Item();
-
-private:
-    const ComParamValueFamily& m_family;
-    std::vector<PDU_ECU_UNIQUE_RESP_DATA> m_entries;
-    std::vector<std::vector<PDU_PARAM_ITEM>> m_params;
-    PDU_UNIQUE_RESP_ID_TABLE_ITEM m_item{PDU_IT_UNIQUE_RESP_ID_TABLE, 0, nullptr};
 };
 
 class LinkComParams {
@@ -66,6 +44,15 @@ public:
     // library's own table is handed back to it.
     void LoadAndSetUridTable(const std::string& iniPath, const std::string& protocolName, uint32_t hMod, uint32_t hCLL);
 
+    // The library's values of the link into value and appliedValue, before the editor opens.
+    void FetchValues(uint32_t hMod, uint32_t hCLL);
+    // After the editor: the values that differ from what the library holds.
+    void SetChangedValues(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& lastStatus) { SetValues(hMod, hCLL, lastStatus, true); }
+    // The URID editor's table copied into this link's own; false (and an empty table) when a
+    // value could not be copied.
+    bool AdoptUridTable(const UridTable& edited);
+    void LogText(const std::string& text) { m_log(text); }
+
     // What the close writes.
     void SaveUridTable(const std::string& iniPath, const std::string& protocolName) const;
     void SaveValues(const std::string& iniPath, const std::string& protocolName) const;
@@ -79,7 +66,7 @@ public:
 
 private:
     void AddEntry(const ComParamInfo& definition, const std::string& text);
-    void SetValues(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& lastStatus);
+    void SetValues(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& lastStatus, bool onlyChanged = false);
     void ReadUridTexts(const std::string& iniPath, const std::string& protocolName);
     bool FillUridTable();
     void LogFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));

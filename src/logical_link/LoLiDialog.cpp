@@ -296,20 +296,14 @@ void LoLiDialog::OnBnClickedTxFlags()
 
 void LoLiDialog::OnBnClickedEditParams()
 {
-    if (m_params.ProtocolComParams.empty()) {
-        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pComParamDlg) m_ui.MessageBox("The ComParam dialog is already open!", "", ui::MB_OK);
+    T_PDU_ERROR status = m_lastStatus;
+    EditComParams(m_params, true, status);
+    m_lastStatus = status;
 }
 
 void LoLiDialog::OnBnClickedEditUrid()
 {
-    if (m_params.ProtocolComParams.empty()) {
-        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pUridDlg) m_ui.MessageBox("The UridTable dialog is already open!", "", ui::MB_OK);
+    EditUridTable(m_params, true);
 }
 
 void LoLiDialog::OnBnClickedDetailedErrorText()
@@ -334,7 +328,7 @@ void LoLiDialog::OnBnClickedExit()
     if (!destroyed) return;
     m_txFlags = PDU_FLAG_DATA{0, nullptr};
     m_txFlagBytes.clear();
-    SaveAndFreeLinkSettings(m_PduCombo, m_params, m_lastFolder);
+    SaveAndFreeLinkSettings(m_PduCombo, m_params);
     m_rxThread.stop = 1;
     m_rxSemaphore->Release();
     m_rxThread.WaitOrTerminate(kWorkerWaitMs);

@@ -45,6 +45,7 @@ public:
     void OnBnClickedTxFlags();
     void OnBnClickedEditParams();
     void OnBnClickedEditUrid();
+    const ComParamValueFamily& ValueFamily() const override { return m_values; }
     void OnBnClickedDetailedErrorText();
     void OnBnClickedClearLog();
     void OnBnClickedExit();
@@ -78,7 +79,6 @@ public:
     // One lock for the log, the list of running ComPrimitives and the API calls that start them.
     std::recursive_mutex LinkLock;
     std::atomic<uint32_t> m_detailedErrorText{0};
-    std::string m_lastFolder;
     WorkerThread m_rxThread;
     std::unique_ptr<platform::Semaphore> m_rxSemaphore;
     std::atomic<T_PDU_ERROR> m_lastStatus{PDU_STATUS_NOERROR};

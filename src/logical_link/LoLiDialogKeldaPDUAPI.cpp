@@ -283,36 +283,14 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedClose()
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedEditParam()
 {
-    if (m_params.ProtocolComParams.empty()) {
-        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
-        return;
-    }
-    Log(kSeparator);
-    Log("Getting ComParam values from the buffer...\n");
-    for (ComParamInfo& entry : m_params.ProtocolComParams) {
-        if (entry.comParamClass == PDU_PC_UNIQUE_ID) continue;
-        PDU_PARAM_ITEM* item = nullptr;
-        const T_PDU_ERROR result = PduApi.PDUGetComParam(m_hMod, m_hCLL, entry.id, &item);
-        if (result == PDU_STATUS_NOERROR && item && item->pComParamData) {
-            if (!m_values.CopyValue(&entry.appliedValue, item->pComParamData, entry.dataType) ||
-                !m_values.CopyValue(&entry.value, item->pComParamData, entry.dataType))
-                LogFormat("Error: Could not set ComParam(ID=%d) value!\n", static_cast<int>(entry.id));
-        } else if (result != PDU_STATUS_NOERROR) {
-            LogFormat("Return of PDUGetComParam(%d):\n%s\n", static_cast<int>(entry.id), PduStatusText(result));
-        }
-        if (item) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
-    }
-    Log("Getting ComParam values finished!\n");
-    if (m_pComParamDlg) m_ui.MessageBox("The ComParam dialog is already open!", "", ui::MB_OK);
+    T_PDU_ERROR status = m_lastStatus;
+    EditComParams(m_params, false, status);
+    m_lastStatus = status;
 }
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedEditUrid()
 {
-    if (m_params.ProtocolComParams.empty()) {
-        m_ui.MessageBox("ProtocolComParams array empty!", "", ui::MB_OK);
-        return;
-    }
-    if (m_pUridDlg) m_ui.MessageBox("The UridTable dialog is already open!", "", ui::MB_OK);
+    EditUridTable(m_params, false);
 }
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedClearScreen()
@@ -349,7 +327,7 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedCloseWindow()
         m_txFlags = PDU_FLAG_DATA{0, nullptr};
         m_txFlagBytes.clear();
     }
-    SaveAndFreeLinkSettings(m_PduCombo, m_params, m_lastFolder);
+    SaveAndFreeLinkSettings(m_PduCombo, m_params);
     StopWorkers();
     m_semaphoresOpen = false;
     if (m_hTimer) {

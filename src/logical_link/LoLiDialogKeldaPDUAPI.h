@@ -45,6 +45,7 @@ public:
     void OnBnClickedCloseWindow();
     void OnBnClickedEditParam();
     void OnBnClickedEditUrid();
+    const ComParamValueFamily& ValueFamily() const override { return m_values; }
     void OnBnClickedStartCom();
     void OnBnClickedStopCom();
     void OnBnClickedKdService();
@@ -134,7 +135,6 @@ public:
     // What the dialog adds to its base, in declaration order.
     std::atomic<uint32_t> m_detailedErrorText{0};
     std::shared_ptr<UIThread> m_pUIThread;
-    std::string m_lastFolder;
     WorkerThread m_rxThread;
     WorkerThread m_seThread;
     WorkerThread m_txThread;

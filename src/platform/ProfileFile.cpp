@@ -192,6 +192,11 @@ bool ProfileFile::WriteSection(const std::string& path, const char* section, con
     return Update(path, [&](ProfileDocument& document) { document.ReplaceSection(section, entries); });
 }
 
+bool ProfileFile::Empty(const std::string& path)
+{
+    return Update(path, [](ProfileDocument& document) { document = ProfileDocument(std::string()); });
+}
+
 std::vector<std::string> ProfileFile::SectionNames(const std::string& path)
 {
     return ProfileDocument(ReadFile(path)).SectionNames();

@@ -34,6 +34,8 @@ public:
     // Replaces the section's keys by the given "key=value" lines (lines without '=' are skipped).
     static bool WriteSection(const std::string& path, const char* section,
                              const std::vector<std::string>& lines);
+    // The file created anew, without any section.
+    static bool Empty(const std::string& path);
     static std::vector<std::string> SectionNames(const std::string& path);
     static std::vector<std::string> KeyNames(const std::string& path, const std::string& section);
 };

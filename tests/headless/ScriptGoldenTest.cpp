@@ -2,13 +2,16 @@
 // the .expected file beside them (the build folder written as @BIN@). A script's "# env:" and
 // "# args:" lines give the simulator's environment and the program's arguments; a "# mask:"
 // regex replaces what its matches hold behind their first group by "#" (times that differ from
-// run to run); "# ini:" is the settings file the run starts from.
+// run to run); "# ini:" is the settings file the run starts from. The run's working folder is a
+// scratch folder: "# file: name|content" lines put files there, and "# show: name ..." appends
+// those files to the output as the run left them.
 // QUILLON_UPDATE_GOLDEN=1 writes the .expected files instead of comparing.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <regex>
+#include <sstream>
 
 #include "../support/TempDir.h"
 
@@ -25,6 +28,17 @@ std::string HeaderValue(const std::string& script, const std::string& key)
     return script.substr(at + marker.size(), end - at - marker.size());
 }
 
+std::vector<std::string> HeaderValues(const std::string& script, const std::string& key)
+{
+    std::vector<std::string> values;
+    const std::string marker = "# " + key + ": ";
+    for (size_t at = script.find(marker); at != std::string::npos; at = script.find(marker, at + 1)) {
+        const size_t end = script.find('\n', at);
+        values.push_back(script.substr(at + marker.size(), end - at - marker.size()));
+    }
+    return values;
+}
+
 std::string ReplaceAll(std::string text, const std::string& from, const std::string& to)
 {
     for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
@@ -39,9 +53,13 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     const std::string env = HeaderValue(script, "env");
     // "# ini:" is the settings file the run starts from, "\n" for its line ends.
     if (const std::string ini = HeaderValue(script, "ini"); !ini.empty()) dir.Write("Quillon.ini", ReplaceAll(ini, "\\n", "\n"));
+    for (const std::string& file : HeaderValues(script, "file")) {
+        const size_t bar = file.find('|');
+        if (bar != std::string::npos) dir.Write(file.substr(0, bar), ReplaceAll(file.substr(bar + 1), "\\n", "\n"));
+    }
     // Each script's Sync waits stay its own, whatever runs beside it.
     const std::string name = std::filesystem::path(scriptPath).stem().string();
-    const std::string command = "env -u PDUSIM_FAULTS -u PDUSIM_MDF QUILLON_EVENT_NAMESPACE=golden_" + name + " " + env +
+    const std::string command = "cd '" + dir.Path() + "' && env -u PDUSIM_FAULTS -u PDUSIM_MDF QUILLON_EVENT_NAMESPACE=golden_" + name + " " + env +
                                 " " + QUILLON_RUNTIME_DIR +
                                 "/quillon-cli --ini '" + dir.File("Quillon.ini") + "' --root '" + QUILLON_RUNTIME_DIR +
                                 "/pdu_api_root.xml' " + HeaderValue(script, "args") + " '" + scriptPath + "' 2>&1";
@@ -52,7 +70,10 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
     const int status = pclose(pipe);
     exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::istringstream shown(HeaderValue(script, "show"));
+    for (std::string name; shown >> name;) output += "=== " + name + " ===\n" + ReadWholeFile(dir.File(name));
     output = ReplaceAll(output, QUILLON_RUNTIME_DIR, "@BIN@");
+    output = ReplaceAll(output, dir.Path(), "@DIR@");
     const std::string mask = HeaderValue(script, "mask");
     if (!mask.empty()) output = std::regex_replace(output, std::regex(mask), "$1#");
     return output;
