@@ -9,12 +9,17 @@
 #include "app/CAboutDlg.h"
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
+#include "editors/ComParam_Dialog.h"
+#include "editors/EditorResource.h"
+#include "editors/URID_Table_Dialog.h"
 #include "logical_link/LinkResource.h"
 #include "logical_link/LoLiDialog.h"
 #include "logical_link/LoLiDialogKeldaPDUAPI.h"
 #include "logical_link/MaskAndPatternDialog.h"
 #include "logical_link/TxFlagsDlg.h"
 #include "qt/AboutView.h"
+#include "qt/ComParam_DialogView.h"
+#include "qt/URID_Table_DialogView.h"
 #include "qt/LoLiDialogKeldaPDUAPIView.h"
 #include "qt/LoLiDialogView.h"
 #include "qt/MaskAndPatternDialogView.h"
@@ -32,6 +37,10 @@ void RegisterViews(QtUi& ui)
     ui.RegisterView(IDD_TX_FLAGS, [](Dialog& d) { return new TxFlagsDlgView(static_cast<TxFlagsDlg&>(d)); });
     ui.RegisterView(IDD_MASK_AND_PATTERN,
                     [](Dialog& d) { return new MaskAndPatternDialogView(static_cast<MaskAndPatternDialog&>(d)); });
+    ui.RegisterView(IDD_COMPARAM_DIALOG,
+                    [](Dialog& d) { return new ComParam_DialogView(static_cast<ComParam_Dialog&>(d)); });
+    ui.RegisterView(IDD_URID_TABLE_DIALOG,
+                    [](Dialog& d) { return new URID_Table_DialogView(static_cast<URID_Table_Dialog&>(d)); });
 }
 
 int RunBench(int argc, char** argv, const std::function<void(QtUi&)>& started)

@@ -17,6 +17,7 @@
 #include <QStylePainter>
 #include <QTimer>
 #include <QToolTip>
+#include <QTreeWidget>
 #include <memory>
 #include <mutex>
 
@@ -28,6 +29,7 @@
 #include "controls/Edit.h"
 #include "controls/PrintListCtrl.h"
 #include "controls/Static.h"
+#include "controls/TreeCtrl.h"
 #include "qt/LogView.h"
 
 namespace {
@@ -259,6 +261,108 @@ QWidget* BindCombo(controls::ComboBox& combo, QWidget* parent)
     return w;
 }
 
+// The tree's items rebuilt from the control whenever it changes, keyed by handle; an in-place
+// edit the user commits goes to the control, which tells its dialog. A right-click selects
+// the item under the mouse first, as the menu the dialog opens is about that item.
+constexpr int kHandleRole = Qt::UserRole + 1;
+
+class TreeWidget : public QTreeWidget {
+public:
+    TreeWidget(controls::TreeCtrl& tree, QWidget* parent) : QTreeWidget(parent), m_tree(tree)
+    {
+        setHeaderHidden(true);
+        setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
+        setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(this, &QTreeWidget::itemSelectionChanged, this, [this] {
+            if (m_syncing) return;
+            const QList<QTreeWidgetItem*> items = selectedItems();
+            if (!items.isEmpty()) m_tree.UserSelect(HandleOf(items.first()));
+        });
+        connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int) {
+            if (m_syncing || !m_editing) return;
+            m_editing = false;
+            m_tree.UserEndEdit(item->text(0).toStdString());
+        });
+        connect(this, &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+            QTreeWidgetItem* item = itemAt(at);
+            // After the click has been handled: the menu runs a loop of its own.
+            const auto handle = item ? HandleOf(item) : 0;
+            QTimer::singleShot(0, this, [this, handle] { m_tree.UserRightClick(handle); });
+        });
+    }
+
+    void Sync()
+    {
+        if (state() == EditingState) return;  // the commit brings the next change
+        m_syncing = true;
+        const auto nodes = m_tree.Snapshot();
+        clear();
+        std::vector<QTreeWidgetItem*> parents;
+        QTreeWidgetItem* selected = nullptr;
+        const auto selection = m_tree.GetSelectedItem();
+        for (const auto& node : nodes) {
+            parents.resize(static_cast<size_t>(node.level));
+            auto* item = parents.empty() ? new QTreeWidgetItem(this) : new QTreeWidgetItem(parents.back());
+            item->setText(0, Text(node.text));
+            item->setData(0, kHandleRole, QVariant::fromValue<qulonglong>(node.handle));
+            item->setFlags(item->flags() | Qt::ItemIsEditable);
+            parents.push_back(item);
+            if (node.handle == selection) selected = item;
+        }
+        for (const auto& node : nodes) {
+            if (QTreeWidgetItem* item = Find(node.handle)) item->setExpanded(node.expanded);
+        }
+        if (selected) setCurrentItem(selected);
+        m_syncing = false;
+    }
+
+protected:
+    // The control learns of the edit before the user types, as the toolkit's begin notification.
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override
+    {
+        QTreeWidgetItem* item = itemFromIndex(index);
+        if (!item || (trigger & editTriggers()) == 0 || state() == EditingState) return QTreeWidget::edit(index, trigger, event);
+        if (!m_tree.UserBeginEdit(HandleOf(item))) return false;
+        m_editing = true;
+        return QTreeWidget::edit(index, trigger, event);
+    }
+
+    // An edit closed without a change (or with Escape) ends with the item's text as it was.
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override
+    {
+        QTreeWidget::closeEditor(editor, hint);
+        if (!m_editing) return;
+        m_editing = false;
+        m_tree.UserEndEdit(m_tree.GetItemText(m_tree.GetEditItem()));
+    }
+
+private:
+    static controls::TreeCtrl::Handle HandleOf(QTreeWidgetItem* item)
+    {
+        return static_cast<controls::TreeCtrl::Handle>(item->data(0, kHandleRole).toULongLong());
+    }
+    QTreeWidgetItem* Find(controls::TreeCtrl::Handle handle)
+    {
+        for (QTreeWidgetItemIterator it(this); *it; ++it)
+            if (HandleOf(*it) == handle) return *it;
+        return nullptr;
+    }
+
+    controls::TreeCtrl& m_tree;
+    bool m_syncing = false;
+    bool m_editing = false;
+};
+
+QWidget* BindTree(controls::TreeCtrl& tree, QWidget* parent)
+{
+    auto* w = new TreeWidget(tree, parent);
+    Attach(tree, w, [&tree, w] {
+        w->Sync();
+        ApplyCommonState(tree, w);
+    });
+    return w;
+}
+
 QWidget* BindLog(controls::PrintListCtrl& log, QWidget* parent)
 {
     auto* w = new LogView(log, 1, parent);
@@ -283,6 +387,7 @@ QWidget* CreateBound(controls::Control& control, QWidget* parent)
 {
     if (auto* log = dynamic_cast<controls::PrintListCtrl*>(&control)) return BindLog(*log, parent);
     if (auto* combo = dynamic_cast<controls::ComboBox*>(&control)) return BindCombo(*combo, parent);
+    if (auto* tree = dynamic_cast<controls::TreeCtrl*>(&control)) return BindTree(*tree, parent);
     if (auto* edit = dynamic_cast<controls::Edit*>(&control)) return BindEdit(*edit, parent);
     if (auto* box = dynamic_cast<controls::CheckBox*>(&control)) return BindCheckBox(*box, parent);
     if (auto* button = dynamic_cast<controls::Button*>(&control)) return BindButton(*button, parent);

@@ -164,14 +164,18 @@ int QtUi::RunModal(Dialog& dialog)
         // A failed start-up leaves the window open, so the user can read the log and leave.
     }
     view->Sync();
-    view->setWindowModality(Qt::ApplicationModal);
+    // Modal to the window that opened it: the other windows (the main window, other links) go on.
+    view->setWindowModality(view->parentWidget() ? Qt::WindowModal : Qt::ApplicationModal);
     Place(view, view->parentWidget());
     view->show();
     Shown(view);
     QEventLoop loop;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (dialog.IsEnded()) loop.quit();
+        if (!dialog.IsEnded()) return;
+        // Gone at once, even when the loop of a dialog opened later still runs above this one.
+        view->hide();
+        loop.quit();
     });
     poll.start(10);
     if (!dialog.IsEnded()) loop.exec();
@@ -228,21 +232,35 @@ void QtUi::MoveWindow(Dialog& dialog, int x, int y)
     if (DialogView* view = ViewOf(dialog)) view->move(x, y);
 }
 
+// "Name|*.ext||" pairs become Qt's "Name (*.ext)"; a name that already shows its pattern
+// ("Ini files (*.ini)") keeps it.
+QString QtUi::FileFilters(const std::string& filter)
+{
+    QStringList filters;
+    const QStringList parts = QString::fromStdString(filter).split('|', Qt::SkipEmptyParts);
+    for (int i = 0; i < parts.size(); i += 2) {
+        const QString pattern = i + 1 < parts.size() ? parts[i + 1] : QString();
+        filters << (pattern.isEmpty() || parts[i].contains(pattern) ? parts[i] : parts[i] + " (" + pattern + ")");
+    }
+    return filters.join(";;");
+}
+
+// The default extension may come with its dot (".ini") or without ("ini"); a name that has an
+// extension of its own keeps it.
+std::string QtUi::WithDefaultExtension(std::string path, const std::string& extension)
+{
+    if (extension.empty() || path.find('.', path.rfind('/') + 1) != std::string::npos) return path;
+    return path + (extension[0] == '.' ? "" : ".") + extension;
+}
+
 std::optional<std::string> QtUi::FileBox(const ui::FileBoxRequest& request)
 {
-    // "Name (*.ext)|*.ext||" becomes Qt's "Name (*.ext)".
-    QStringList filters;
-    const QStringList parts = QString::fromStdString(request.filter).split('|', Qt::SkipEmptyParts);
-    for (int i = 0; i < parts.size(); i += 2) filters << parts[i];
     const QString dir = QString::fromStdString(request.initialDir + (request.initialDir.empty() ? "" : "/") + request.fileName);
-    const QString path = request.save
-                             ? QFileDialog::getSaveFileName(OwnerWindow(), QString(), dir, filters.join(";;"))
-                             : QFileDialog::getOpenFileName(OwnerWindow(), QString(), dir, filters.join(";;"));
+    const QString filters = FileFilters(request.filter);
+    const QString path = request.save ? QFileDialog::getSaveFileName(OwnerWindow(), QString(), dir, filters)
+                                      : QFileDialog::getOpenFileName(OwnerWindow(), QString(), dir, filters);
     if (path.isEmpty()) return std::nullopt;
-    std::string chosen = path.toStdString();
-    if (request.save && !request.defaultExtension.empty() && chosen.find('.', chosen.rfind('/') + 1) == std::string::npos)
-        chosen += "." + request.defaultExtension;
-    return chosen;
+    return request.save ? WithDefaultExtension(path.toStdString(), request.defaultExtension) : path.toStdString();
 }
 
 int QtUi::PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items)

@@ -64,6 +64,9 @@ public:
     // Where a window opens: sized to its contents unless its view chose a size, centred over
     // `owner`'s frame, or on the screen without one, and kept on that screen.
     static void Place(QWidget* window, QWidget* owner);
+    // A file box's filter and default extension as the logic gives them, in Qt's terms.
+    static QString FileFilters(const std::string& filter);
+    static std::string WithDefaultExtension(std::string path, const std::string& extension);
 
 private:
     DialogView* CreateView(Dialog& dialog);

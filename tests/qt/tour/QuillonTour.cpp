@@ -35,6 +35,7 @@
 
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
+#include "editors/EditorResource.h"
 #include "logical_link/LinkResource.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
@@ -366,6 +367,9 @@ private:
             LinkDialog(IDC_KD_TXFLAGS, IDD_TX_FLAGS, "txflags");
             LinkDialog(IDC_KD_EXPRESP, IDD_MASK_AND_PATTERN, "expresp");
         }
+        const QString mode = full ? "-full" : "-plain";
+        LinkDialog(full ? IDC_KD_EDIT_PARAM : IDC_LL_EDIT_PARAMS, IDD_COMPARAM_DIALOG, "comparam-editor" + mode);
+        LinkDialog(full ? IDC_KD_EDIT_URID : IDC_LL_EDIT_URID, IDD_URID_TABLE_DIALOG, "urid-editor" + mode);
         Do("disconnect the link", [this, full] { ClickInLink(full ? IDC_KD_CLOSE : IDC_LL_DISCONNECT); });
         Then("the link is offline", [this] { return LinkLogHas("PDU_CLLST_OFFLINE"); });
         Do("close the link window", [this] { ClickInLink(ui::IDOK); });
@@ -383,6 +387,8 @@ private:
             const QPoint offset = dialog->frameGeometry().center() - LinkView()->frameGeometry().center();
             Check(std::abs(offset.x()) <= 2 && std::abs(offset.y()) <= 2,
                   QStringLiteral("%1 centred over the link window").arg(name));
+            // Modal to its link only: the main window and other links go on.
+            Check(dialog->windowModality() == Qt::WindowModal, QStringLiteral("%1 modal to its window").arg(name));
             Shot(name);
         });
         Do("leave " + name, [this, templateId] { Press(ModalOf(templateId), Qt::Key_Escape); });
