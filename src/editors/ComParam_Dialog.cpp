@@ -51,22 +51,24 @@ bool IsBracket(const std::string& token)
     return token == "(" || token == ")";
 }
 
-std::string DecimalToHex(const std::string& text)
+// Each number of the text written again in `format`, read in `base`; brackets stay as tokens.
+std::string Convert(const std::string& text, int base, const char* format)
 {
     std::string out;
     for (const std::string& token : SplitBlanks(SpreadTokens(text)))
-        out += IsBracket(token) ? token + " " : Format("0x%x ", ParseULong32(token, 0));
+        out += IsBracket(token) ? token + " " : Format(format, ParseULong32(token, base));
     DropLast(out);
     return out;
 }
 
+std::string DecimalToHex(const std::string& text)
+{
+    return Convert(text, 0, "0x%x ");
+}
+
 std::string HexToDecimal(const std::string& text)
 {
-    std::string out;
-    for (const std::string& token : SplitBlanks(SpreadTokens(text)))
-        out += IsBracket(token) ? token + " " : Format("%d ", ParseULong32(token, 16));
-    DropLast(out);
-    return out;
+    return Convert(text, 16, "%d ");
 }
 
 const LoLiValueFamily kWithoutOwner;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "../support/ComParamRecords.h"
 #include "../support/TempDir.h"
 #include "description/ComParamValue.h"
 #include "description/KeldaValueFamily.h"
@@ -71,27 +72,16 @@ void BindFake()
 
 // ---------------------------------------------------------------- records and owner
 
-ComParamInfo Record(uint32_t id, const char* name, uint32_t type, uint32_t cls, const char* value)
-{
-    ComParamInfo r;
-    r.id = id;
-    r.name = name;
-    r.dataType = type;
-    r.comParamClass = cls;
-    ParseDefaultValue(r, value);
-    return r;
-}
-
 std::vector<ComParamInfo> LinkRecords()
 {
     std::vector<ComParamInfo> records;
-    records.push_back(Record(10, "CP_P2Max", PDU_PT_UNUM32, PDU_PC_TIMING, "150000"));
-    records.push_back(Record(11, "CP_BlockSize", PDU_PT_UNUM8, PDU_PC_COM, "65"));
-    records.push_back(Record(12, "CP_Msg", PDU_PT_BYTEFIELD, PDU_PC_COM, "12 2 0x3E 0x80"));
-    records.push_back(Record(13, "CP_Shift", PDU_PT_SNUM16, PDU_PC_COM, "-2"));
-    records.push_back(Record(60, "CP_CanPhysReqId", PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, "0x7E0"));
-    records.push_back(Record(61, "CP_CanRespUSDTId", PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, "0x7E8"));
-    records.push_back(Record(65, "CP_Label", PDU_PT_BYTEFIELD, PDU_PC_UNIQUE_ID, "8 2 0x45 0x31"));
+    records.push_back(Definition(10, "CP_P2Max", PDU_PT_UNUM32, PDU_PC_TIMING, "150000"));
+    records.push_back(Definition(11, "CP_BlockSize", PDU_PT_UNUM8, PDU_PC_COM, "65"));
+    records.push_back(Definition(12, "CP_Msg", PDU_PT_BYTEFIELD, PDU_PC_COM, "12 2 0x3E 0x80"));
+    records.push_back(Definition(13, "CP_Shift", PDU_PT_SNUM16, PDU_PC_COM, "-2"));
+    records.push_back(Definition(60, "CP_CanPhysReqId", PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, "0x7E0"));
+    records.push_back(Definition(61, "CP_CanRespUSDTId", PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, "0x7E8"));
+    records.push_back(Definition(65, "CP_Label", PDU_PT_BYTEFIELD, PDU_PC_UNIQUE_ID, "8 2 0x45 0x31"));
     return records;
 }
 

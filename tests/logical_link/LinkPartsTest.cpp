@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "../support/ComParamRecords.h"
 #include "../support/TempDir.h"
 #include "description/ComParamValue.h"
 #include "description/KeldaValueFamily.h"
@@ -26,16 +27,6 @@ public:
     int refs = 1;
 };
 
-ComParamInfo Definition(uint32_t id, const char* name, uint32_t type, uint32_t cls, const std::string& defaultText = "")
-{
-    ComParamInfo d;
-    d.id = id;
-    d.name = name;
-    d.dataType = type;
-    d.comParamClass = cls;
-    if (!defaultText.empty()) ParseDefaultValue(d, defaultText);
-    return d;
-}
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <QTreeWidget>
 
+#include "../support/ComParamRecords.h"
 #include "QtTestApp.h"
 #include "description/ComParamValue.h"
 #include "editors/ComParam_Dialog.h"
@@ -20,17 +21,8 @@ namespace {
 std::vector<ComParamInfo> Records()
 {
     std::vector<ComParamInfo> records;
-    const std::tuple<uint32_t, const char*, const char*, uint32_t> rows[] = {
-        {10, "CP_P2Max", "150000", PDU_PC_TIMING}, {60, "CP_CanPhysReqId", "0x7E0", PDU_PC_UNIQUE_ID}};
-    for (const auto& [id, name, value, cls] : rows) {
-        ComParamInfo r;
-        r.id = id;
-        r.name = name;
-        r.dataType = PDU_PT_UNUM32;
-        r.comParamClass = cls;
-        ParseDefaultValue(r, value);
-        records.push_back(std::move(r));
-    }
+    records.push_back(Definition(10, "CP_P2Max", PDU_PT_UNUM32, PDU_PC_TIMING, "150000"));
+    records.push_back(Definition(60, "CP_CanPhysReqId", PDU_PT_UNUM32, PDU_PC_UNIQUE_ID, "0x7E0"));
     return records;
 }
 
