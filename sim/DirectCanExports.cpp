@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "SimSystem.h"
@@ -84,6 +85,18 @@ void Answer(ComLogicalLink& link, const SeCanMessage& sent, std::vector<BusFrame
     }
 }
 
+// PDUSIM_CHIP_STATE="<state>,<tx errors>,<rx errors>" (numbers in C notation) sets what the next
+// chip state request answers, read at each request so a test can change it between two.
+void SetChipStateFromEnvironment(SeCanMessage& state) {
+    const char* text = std::getenv("PDUSIM_CHIP_STATE");
+    if (text == nullptr || *text == '\0') return;
+    char* end = nullptr;
+    state.canId = static_cast<UNUM32>(std::strtoul(text, &end, 0));
+    const unsigned long tx = *end == ',' ? std::strtoul(end + 1, &end, 0) : 0;
+    const unsigned long rx = *end == ',' ? std::strtoul(end + 1, &end, 0) : 0;
+    state.flags = static_cast<UNUM16>((tx & 0xFF) | ((rx & 0xFF) << 8));
+}
+
 }  // namespace
 
 extern "C" {
@@ -143,6 +156,7 @@ T_PDU_ERROR PDU_CALL PDUSECanRequestChipState(UNUM32 hCLL) {
     state.msgType = SE_CHIP_STATE_MSG;
     state.timestamp = SimSystem::Instance().Now();
     state.canId = link->State() == PDU_CLLST_OFFLINE ? SE_CHIP_BUS_OFF : SE_CHIP_ERROR_ACTIVE;
+    SetChipStateFromEnvironment(state);
     Queue(*link, state);
     Signal(*link);
     return PDU_STATUS_NOERROR;

@@ -15,6 +15,7 @@
 #include "app/ModuleLinkRegistry.h"
 #include "logical_link/CLinkBaseDlg.h"
 #include "logical_link/LinkHost.h"
+#include "service_dialogs/BusTraceRequest.h"
 #include "service_dialogs/CBusMonitoringDlg.h"
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
@@ -37,16 +38,6 @@ struct PduModuleRec {
     uint32_t ModuleTypeId = 0;
     std::string displayName;
     std::vector<const ResourceInfo*> resources;  // into m_Resources, valid until the next Parse MDF
-};
-
-// The data of one PDU_IOCTL_BUS_TRACE call, with everything its pointers point to.
-struct BusTraceRequest {
-    PDU_BUS_TRC_CONFIG config{};
-    PDU_PIN_DATA pins[2]{};
-    std::string traceFilePath;
-    std::string traceFile;
-    PDU_IO_BYTEARRAY_DATA array{};
-    PDU_DATA_ITEM item{};
 };
 
 // One open logical link.

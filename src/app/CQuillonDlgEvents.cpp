@@ -271,20 +271,15 @@ void CQuillonDlg::OnBnClickedBusMonitoring()
     request->pins[0].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin1.c_str()));
     request->pins[1].DLCPinNumber = static_cast<UNUM32>(std::atoi(d.m_Pin2.c_str()));
     request->config.NumPins = (!d.m_Pin1.empty() && !d.m_Pin2.empty()) ? 2 : 1;
-    request->config.pPins = request->pins;
     request->config.Activate = d.m_Activate;
     request->config.MaxTraceFileSize = d.m_MaxTraceFileSize;
     request->traceFilePath = d.m_TraceFilePath;
     request->traceFile = d.m_TraceFile;
-    request->config.pTraceFilePath = request->traceFilePath.empty() ? nullptr : request->traceFilePath.data();
-    request->config.pTraceFile = request->traceFile.empty() ? nullptr : request->traceFile.data();
 
     uint32_t ioctl = 0;
     if (!ResolveIoCtl("PDU_IOCTL_BUS_TRACE", ioctl))
         m_ui.MessageBox("PDUGetObjectId failed for PDU_IOCTL_BUS_TRACE", "", ui::MB_OK);
-    request->array = PDU_IO_BYTEARRAY_DATA{sizeof(PDU_BUS_TRC_CONFIG), reinterpret_cast<UNUM8*>(&request->config)};
-    request->item = PDU_DATA_ITEM{PDU_IT_IO_BYTEARRAY, &request->array};
-    PDU_DATA_ITEM* item = &request->item;
+    PDU_DATA_ITEM* item = request->Item();
     m_BusTraceRequests.push_back(std::move(request));
 
     std::unique_lock lock(PrintLock);  // the module records may be rebuilt by the event thread

@@ -78,7 +78,7 @@ LoLiDialogKeldaPDUAPI::LoLiDialogKeldaPDUAPI(ui::Ui& ui)
       m_CancelGroup(IDC_KD_GROUP_CANCEL, "Cancel"),
       m_ActiveCoPsEdit(IDC_KD_ACTIVE_COPS, "Active CoPs"),
       m_rxSemaphore(std::make_unique<platform::Semaphore>(0, 65535)),
-      m_seEvent(std::make_unique<platform::Semaphore>(0, 1)),
+      m_seEvent(std::make_unique<platform::NotificationEvent>()),
       m_txSemaphore(std::make_unique<platform::Semaphore>(0, 65535)),
       m_syncEvent(platform::OpenSystemEvent("SyncEvent")),
       m_params(LinkComParams::Variant::Full, m_values, [this](const std::string& text) { Log(text.c_str()); })
@@ -141,6 +141,18 @@ void LoLiDialogKeldaPDUAPI::BindHandlers()
     click(m_EditParamButton, &D::OnBnClickedEditParam);
     click(m_EditUridButton, &D::OnBnClickedEditUrid);
     click(m_RecvCountResetButton, &D::OnBnClickedResetRecvCount);
+    click(m_SuspendButton, &D::OnBnClickedSuspend);
+    click(m_ResumeButton, &D::OnBnClickedResume);
+    click(m_ClearQueueButton, &D::OnBnClickedClearQueue);
+    click(m_ResetTimestampButton, &D::OnBnClickedResetTimestamp);
+    click(m_OnChangeButton, &D::OnBnClickedOnChange);
+    click(m_ExplicitButton, &D::OnBnClickedExplicit);
+    click(m_SetVoltageButton, &D::OnBnClickedSetVoltage);
+    click(m_GetVoltageButton, &D::OnBnClickedGetVoltage);
+    click(m_BusMonitoringButton, &D::OnBnClickedBusMonitoring);
+    click(m_ReqProxyCPButton, &D::OnBnClickedReqProxyCP);
+    click(m_IoCtlFiltersButton, &D::OnBnClickedIoCtlFilters);
+    click(m_ReqChipStateButton, &D::OnBnClickedReqChipState);
     click(m_ClearScreenButton, &D::OnBnClickedClearScreen);
     click(m_DisableScreenCheck, &D::OnBnClickedDisableScreen);
     click(m_DetailedErrorCheck, &D::OnBnClickedDetailedErrorText);
@@ -214,6 +226,7 @@ bool LoLiDialogKeldaPDUAPI::OnInitDialog()
     // After the registration on purpose: an event in the gap finds no semaphore and is picked up
     // with the next one.
     m_semaphoresOpen = true;
+    if (IsDirectCan()) RegisterDirectCan();
 
     LoadPduHistory(m_PduCombo);
     T_PDU_ERROR status = m_lastStatus;
@@ -258,6 +271,11 @@ bool LoLiDialogKeldaPDUAPI::StartWorkers()
     m_txThread.stop = 0;
     m_rxThread.Start([self] { QUILLON_LoLi_RxThread(self); });
     m_txThread.Start([self] { QUILLON_LoLi_TxThread(self); });
+    // Not waited for: it sets its flag when it gets there.
+    if (IsDirectCan()) {
+        m_seThread.stop = 0;
+        m_seThread.Start([self] { QUILLON_LoLi_RxThreadSE(self); });
+    }
     m_rxThread.WaitStarted(UINT32_MAX);
     m_txThread.WaitStarted(UINT32_MAX);
     return true;
@@ -348,7 +366,7 @@ void LoLiDialogKeldaPDUAPI::StopWorkers()
     m_rxThread.stop = 1;
     m_seThread.stop = 1;
     m_rxSemaphore->Release();
-    m_seEvent->Release();
+    m_seEvent->Signal();
     m_rxThread.WaitOrTerminate(kWorkerWaitMs);
     // The direct CAN thread ends by its flag and its own time-out; nobody waits for it.
     m_seThread.Release();

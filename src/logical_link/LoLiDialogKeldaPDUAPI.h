@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,6 +23,8 @@
 #include "logical_link/ResponseMask.h"
 #include "logical_link/UIThread.h"
 #include "logical_link/WorkerThread.h"
+#include "pdu/MorvaneExtensions.h"
+#include "platform/NotificationEvent.h"
 #include "platform/Semaphore.h"
 #include "platform/SystemEvent.h"
 
@@ -62,6 +65,18 @@ public:
     void OnBnClickedDisableScreen();
     void OnBnClickedDetailedErrorText();
     void OnBnClickedResetRecvCount();
+    void OnBnClickedSuspend();
+    void OnBnClickedResume();
+    void OnBnClickedClearQueue();
+    void OnBnClickedResetTimestamp();
+    void OnBnClickedOnChange();
+    void OnBnClickedExplicit();
+    void OnBnClickedSetVoltage();
+    void OnBnClickedGetVoltage();
+    void OnBnClickedBusMonitoring();
+    void OnBnClickedReqProxyCP();
+    void OnBnClickedIoCtlFilters();
+    void OnBnClickedReqChipState();
     // The cancel combo box: held while the user has it, so the timer doesn't rebuild it.
     void OnCancelComboFocus();
     void OnCancelComboCloseUp();
@@ -139,7 +154,7 @@ public:
     WorkerThread m_seThread;
     WorkerThread m_txThread;
     std::unique_ptr<platform::Semaphore> m_rxSemaphore;
-    std::unique_ptr<platform::Semaphore> m_seEvent;
+    std::unique_ptr<platform::NotificationEvent> m_seEvent;
     std::unique_ptr<platform::Semaphore> m_txSemaphore;
     std::shared_ptr<platform::SystemEvent> m_syncEvent;
     std::atomic<T_PDU_COPT> m_copType{PDU_COPT_SENDRECV};
@@ -158,8 +173,17 @@ public:
     ResponseMask m_positiveResponse;
     ResponseMask m_negativeResponse;
     uint32_t m_filterData = 0;
+    // A filter editor left by Cancel: the link keeps it, and its pointer, for good.
+    std::unique_ptr<Dialog> m_cancelledFilterDialog;
 
 private:
+    using ValueText = std::function<std::string(UNUM32)>;
+    // A line the disabled screen does not hide.
+    void LogAlways(const std::string& text);
+    bool FindIoCtl(const char* name, UNUM32& id);
+    void QueueIoCtl(const char* name);
+    void ReadModuleValue(const char* name, PDU_DATA_ITEM* input, bool needsId, const ValueText& text);
+    void ShowProxyComParams(const PDU_IO_PROXY_COM_PARAM_DATA& data);
     void RegisterControls();
     void BindHandlers();
     void Log(const char* text);
@@ -173,6 +197,12 @@ private:
     void AddToHistory(const std::string& text);
     static void QUILLON_LoLi_RxThread(std::shared_ptr<LoLiDialogKeldaPDUAPI> self);
     static void QUILLON_LoLi_TxThread(std::shared_ptr<LoLiDialogKeldaPDUAPI> self);
+    // Direct CAN mode, on the maker's CAN protocol only.
+    bool IsDirectCan() const;
+    void RegisterDirectCan();
+    void SendDirectCan();
+    void DirectCanLoop();
+    static void QUILLON_LoLi_RxThreadSE(std::shared_ptr<LoLiDialogKeldaPDUAPI> self);
     void ReceiveLoop();
     void TransmitLoop();
     void DrainEvents(const LinkEventDecoder& decoder);
@@ -190,3 +220,6 @@ private:
 
     std::atomic<bool> m_semaphoresOpen{false};
 };
+
+// One direct CAN record as the log shows it.
+void AddSeCanMessage(LogLines& lines, const SeCanMessage& message);

@@ -29,7 +29,13 @@ void LoLiDialogKeldaPDUAPI::PressComPrimitive(T_PDU_COPT type)
 
 void LoLiDialogKeldaPDUAPI::OnBnClickedStartCom() { PressComPrimitive(PDU_COPT_STARTCOMM); }
 void LoLiDialogKeldaPDUAPI::OnBnClickedStopCom() { PressComPrimitive(PDU_COPT_STOPCOMM); }
-void LoLiDialogKeldaPDUAPI::OnBnClickedKdService() { PressComPrimitive(PDU_COPT_SENDRECV); }
+void LoLiDialogKeldaPDUAPI::OnBnClickedKdService()
+{
+    if (IsDirectCan())
+        SendDirectCan();
+    else
+        PressComPrimitive(PDU_COPT_SENDRECV);
+}
 
 void LoLiDialogKeldaPDUAPI::QUILLON_LoLi_TxThread(std::shared_ptr<LoLiDialogKeldaPDUAPI> self)
 {

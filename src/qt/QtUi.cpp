@@ -56,7 +56,7 @@ void DialogView::keyPressEvent(QKeyEvent* event)
         if (QPushButton* cancel = DialogButtonWidget(ui::IDCANCEL))
             cancel->click();  // does nothing while the button is disabled
         else if (windowModality() != Qt::NonModal)
-            m_dialog.OnClose();  // a modeless window (a link's) is not closed by a stray key
+            m_dialog.OnCancelKey();  // a modeless window (a link's) is not closed by a stray key
         return;
     }
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {

@@ -55,6 +55,9 @@ public:
     virtual void OnTimer(unsigned id) {}
     // WM_CLOSE / the window's close button; the default ends the dialog with IDCANCEL.
     virtual void OnClose() { EndDialog(ui::IDCANCEL); }
+    // Escape in a modal dialog without a Cancel button: the toolkit's cancel, which most dialogs
+    // take as their close box.
+    virtual void OnCancelKey() { OnClose(); }
     // The log list of this window, if it has one (the headless "log" command reads it).
     virtual controls::PrintListCtrl* LogList() { return nullptr; }
 
