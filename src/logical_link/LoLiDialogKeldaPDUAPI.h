@@ -223,3 +223,5 @@ private:
 
 // One direct CAN record as the log shows it.
 void AddSeCanMessage(LogLines& lines, const SeCanMessage& message);
+// The proxy's address as "ReqProxyCP" shows it.
+std::string ProxyAddressText(const PDU_IO_PROXY_COM_PARAM_DATA& data);

@@ -35,8 +35,10 @@ std::string Printf(const char* format, ...)
     return buffer;
 }
 
+}  // namespace
+
 // Network order: IPv4 in the record's last four bytes, IPv6 as eight groups.
-std::string AddressText(const PDU_IO_PROXY_COM_PARAM_DATA& data)
+std::string ProxyAddressText(const PDU_IO_PROXY_COM_PARAM_DATA& data)
 {
     const UNUM8* a = data.IpAddress;
     if (data.IpVersion != 6) return Printf("%d.%d.%d.%d", a[12], a[13], a[14], a[15]);
@@ -45,6 +47,8 @@ std::string AddressText(const PDU_IO_PROXY_COM_PARAM_DATA& data)
         text += Printf(group ? ":%04x" : "%04x", (a[2 * group] << 8) | a[2 * group + 1]);
     return text;
 }
+
+namespace {
 
 std::string PskText(const PDU_IO_PROXY_COM_PARAM_DATA& data)
 {
@@ -248,7 +252,7 @@ void LoLiDialogKeldaPDUAPI::OnBnClickedReqProxyCP()
 
 void LoLiDialogKeldaPDUAPI::ShowProxyComParams(const PDU_IO_PROXY_COM_PARAM_DATA& data)
 {
-    const std::string address = AddressText(data);
+    const std::string address = ProxyAddressText(data);
     Log("PDU_IO_PROXY_COM_PARAM_DATA (V3.1 version):\n");
     LogFormat("   ACK Code    : 0x%02x\n", data.AckCode);
     LogFormat("   IP Version  : 0x%02x\n", data.IpVersion);

@@ -11,6 +11,7 @@
 #include "app/Resource.h"
 #include "editors/ComParam_Dialog.h"
 #include "editors/EditorResource.h"
+#include "editors/IoCtlFilterDialog.h"
 #include "editors/URID_Table_Dialog.h"
 #include "logical_link/LinkResource.h"
 #include "logical_link/LoLiDialog.h"
@@ -19,6 +20,7 @@
 #include "logical_link/TxFlagsDlg.h"
 #include "qt/AboutView.h"
 #include "qt/ComParam_DialogView.h"
+#include "qt/IoCtlFilterDialogView.h"
 #include "qt/URID_Table_DialogView.h"
 #include "qt/LoLiDialogKeldaPDUAPIView.h"
 #include "qt/LoLiDialogView.h"
@@ -39,6 +41,8 @@ void RegisterViews(QtUi& ui)
                     [](Dialog& d) { return new MaskAndPatternDialogView(static_cast<MaskAndPatternDialog&>(d)); });
     ui.RegisterView(IDD_COMPARAM_DIALOG,
                     [](Dialog& d) { return new ComParam_DialogView(static_cast<ComParam_Dialog&>(d)); });
+    ui.RegisterView(IoCtlFilterDialog::IDD,
+                    [](Dialog& d) { return new IoCtlFilterDialogView(static_cast<IoCtlFilterDialog&>(d)); });
     ui.RegisterView(IDD_URID_TABLE_DIALOG,
                     [](Dialog& d) { return new URID_Table_DialogView(static_cast<URID_Table_Dialog&>(d)); });
 }

@@ -36,6 +36,7 @@
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
 #include "editors/EditorResource.h"
+#include "editors/IoCtlFilterDialog.h"
 #include "logical_link/LinkResource.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
@@ -370,6 +371,8 @@ private:
         const QString mode = full ? "-full" : "-plain";
         LinkDialog(full ? IDC_KD_EDIT_PARAM : IDC_LL_EDIT_PARAMS, IDD_COMPARAM_DIALOG, "comparam-editor" + mode);
         LinkDialog(full ? IDC_KD_EDIT_URID : IDC_LL_EDIT_URID, IDD_URID_TABLE_DIALOG, "urid-editor" + mode);
+        // Left by its Close button: Escape would cancel it, which keeps the link from closing.
+        if (full) LinkDialog(IDC_KD_IOCTL_FILTERS, IoCtlFilterDialog::IDD, "ioctl-filters", Qt::Key_Return);
         Do("disconnect the link", [this, full] { ClickInLink(full ? IDC_KD_CLOSE : IDC_LL_DISCONNECT); });
         Then("the link is offline", [this] { return LinkLogHas("PDU_CLLST_OFFLINE"); });
         Do("close the link window", [this] { ClickInLink(ui::IDOK); });
@@ -377,7 +380,7 @@ private:
     }
 
     // One of the link window's modal dialogs: opened, looked at, left with Escape.
-    void LinkDialog(int buttonId, int templateId, const QString& name)
+    void LinkDialog(int buttonId, int templateId, const QString& name, int leaveKey = Qt::Key_Escape)
     {
         Do("open " + name, [this, buttonId] { ClickInLink(buttonId); });
         Then(name + " shows", [this, templateId] { return ModalOf(templateId) != nullptr; });
@@ -391,7 +394,7 @@ private:
             Check(dialog->windowModality() == Qt::WindowModal, QStringLiteral("%1 modal to its window").arg(name));
             Shot(name);
         });
-        Do("leave " + name, [this, templateId] { Press(ModalOf(templateId), Qt::Key_Escape); });
+        Do("leave " + name, [this, templateId, leaveKey] { Press(ModalOf(templateId), leaveKey); });
         Then(name + " ends", [this, templateId] { return ModalOf(templateId) == nullptr; });
     }
 
