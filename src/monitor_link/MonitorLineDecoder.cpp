@@ -1,0 +1,504 @@
+#include "monitor_link/MonitorLineDecoder.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// The described platform has a 32-bit long: "%ld" of a time that ran backwards shows negative.
+long Long32(uint32_t value)
+{
+    return static_cast<long>(static_cast<int32_t>(value));
+}
+
+// The bytes of an item, read only within its length: what lies beyond reads as 0.
+struct ItemBytes {
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+
+    explicit ItemBytes(KdMonitorItem& item) : data(item.GetData()), size(data ? item.GetDataLength() : 0) {}
+    bool Has(uint32_t index) const { return index < size; }
+    uint8_t At(uint32_t index) const { return Has(index) ? data[index] : 0; }
+    uint32_t U32(uint32_t index) const
+    {
+        return At(index) | uint32_t{At(index + 1)} << 8 | uint32_t{At(index + 2)} << 16 | uint32_t{At(index + 3)} << 24;
+    }
+};
+
+char LetterOf(uint32_t type, uint32_t subType)
+{
+    switch (type) {
+    case KD_IT_OVERRUN: return 'O';
+    case KD_IT_ERROR:
+    case KD_IT_ERROR_2: return 'E';
+    case KD_IT_LINE_ERROR: return 'F';
+    case KD_IT_CAN_RX:
+    case KD_IT_CANFD_RX:
+    case KD_IT_LIN_RX:
+    case KD_IT_KLINE_RX: return 'R';
+    case KD_IT_CAN_TX:
+    case KD_IT_CANFD_TX:
+    case KD_IT_LIN_TX:
+    case KD_IT_KLINE_TX: return 'T';
+    case KD_IT_MONITOR_FLUSH: return 'M';
+    case KD_IT_CLAMP: return 'C';
+    case KD_IT_CHIP_STATE: return '!';
+    case KD_IT_INFO: break;
+    default: return '?';
+    }
+    switch (subType) {
+    case KD_IST_BAUD: return 'B';
+    case KD_IST_I: return 'I';
+    case KD_IST_J: return 'J';
+    case KD_IST_S: return 'S';
+    case KD_IST_L: return 'L';
+    case KD_IST_H: return 'H';
+    case KD_IST_K: return 'K';
+    default: return '?';
+    }
+}
+
+const char* ChipStateText(uint32_t code)
+{
+    switch (code) {
+    case 129: return "WARNING 96";
+    case 130: return "ERROR ACTIVE ";
+    case 131: return "ERROR PASSIVE ";
+    case 132: return "BUS OFF ";
+    default: return "UNKNOWN INFO";
+    }
+}
+
+const char* ErrorText(uint32_t code)
+{
+    switch (code) {
+    case 0: return "CORRUPTED BYTES";
+    case 1: return "FW FIFO OVERRUN";
+    case 128: return "BUS Init";
+    case 129: return "WARNING 96";
+    case 130: return "ERROR ACTIVE";
+    case 131: return "ERROR PASSIVE";
+    case 132: return "BUS OFF";
+    case 133: return "ERROR FRAME";
+    case 134: return "LOWSPEED TRANCEIVER ERROR";
+    case 135: return "TX ERROR";
+    default: return "UNKNOWN INFO";
+    }
+}
+
+void LineErrorText(uint32_t code, char (&text)[50])
+{
+    text[0] = '\0';
+    if (code & 1)
+        std::strcat(text, "PARITY ERROR ");
+    if (code & 2)
+        std::strcat(text, "FRAMING ERROR ");
+    if (code & 4)
+        std::strcat(text, "OVERRUN ERROR ");
+}
+
+// Milliseconds with three decimals and a comma.
+void TimeText(uint32_t delta, char (&text)[128])
+{
+    std::snprintf(text, sizeof text, "%.3f", delta / 1000.0);
+    if (char* point = std::strchr(text, '.'))
+        *point = ',';
+}
+
+constexpr char kHex[] = "0123456789abcdef";
+
+// "xx xx xx" of up to eight bytes.
+void HexText(const uint8_t* bytes, uint32_t count, char (&text)[25])
+{
+    char* out = text;
+    for (uint32_t i = 0; i < count; ++i) {
+        if (i > 0)
+            *out++ = ' ';
+        *out++ = kHex[bytes[i] >> 4];
+        *out++ = kHex[bytes[i] & 0xf];
+    }
+    *out = '\0';
+}
+
+// Eight places, filled from the left; what isn't printable shows as ".".
+void AsciiText(const uint8_t* bytes, uint32_t count, char (&text)[9])
+{
+    std::memset(text, ' ', 8);
+    text[8] = '\0';
+    for (uint32_t i = 0; i < count; ++i)
+        text[i] = bytes[i] >= 0x20 && bytes[i] <= 0x7e ? static_cast<char>(bytes[i]) : '.';
+}
+
+uint32_t ParamU32(KdMonitorLink& link, const char* name)
+{
+    try {
+        return static_cast<KdParamSet&>(link).GetU32(name);
+    } catch (const KdException&) {
+        return 0;  // an unknown rate counts as 0, and the load shows infinite
+    }
+}
+
+// Gives the object back to the library whatever way decoding of it ends.
+struct Holder {
+    KdObject* object;
+    ~Holder()
+    {
+        if (object)
+            object->Release();
+    }
+};
+
+}  // namespace
+
+// One line in a stack buffer; what doesn't fit is cut, so an over-long item keeps its first rows.
+struct MonitorLineDecoder::Line {
+    char text[LINE_SIZE];
+    size_t used = 0;
+
+    Line() { text[0] = '\0'; }
+    void Append(const char* format, ...) __attribute__((format(printf, 2, 3)))
+    {
+        va_list args;
+        va_start(args, format);
+        const int written = std::vsnprintf(text + used, LINE_SIZE - used, format, args);
+        va_end(args);
+        if (written > 0)
+            used = std::min(used + static_cast<size_t>(written), LINE_SIZE - 1);
+    }
+    void DropLastBlank()
+    {
+        if (used > 0 && text[used - 1] == ' ')
+            text[--used] = '\0';
+    }
+};
+
+MonitorLineDecoder::MonitorLineDecoder(PrintListCtrl& list, controls::Edit& monCount, controls::Edit& itemsPerSecond,
+                                       controls::Edit& busLoad)
+    : m_list(list), m_monCountEdit(monCount), m_itemsPerSecondEdit(itemsPerSecond), m_busLoadEdit(busLoad)
+{
+}
+
+void MonitorLineDecoder::SetBusTypeName(const std::string& name)
+{
+    std::lock_guard lock(m_settingsLock);
+    m_busTypeName = name;
+    m_linLines = name.find("LIN") != std::string::npos && name.find("KLINE") == std::string::npos;
+}
+
+void MonitorLineDecoder::SetFilter(uint32_t mode, std::vector<int> ids)
+{
+    auto list = mode == FILTER_OFF ? nullptr : std::make_shared<const std::vector<int>>(std::move(ids));
+    std::lock_guard lock(m_settingsLock);
+    m_filter = {mode, std::move(list)};
+}
+
+uint32_t MonitorLineDecoder::GetFilterMode()
+{
+    std::lock_guard lock(m_settingsLock);
+    return m_filter.mode;
+}
+
+MonitorLineDecoder::Filter MonitorLineDecoder::CurrentFilter()
+{
+    std::lock_guard lock(m_settingsLock);
+    return m_filter;
+}
+
+std::vector<uint32_t> MonitorLineDecoder::CollectedIds()
+{
+    std::lock_guard lock(m_collectLock);
+    return m_collectedIds;
+}
+
+void MonitorLineDecoder::ResetCounters()
+{
+    m_meter.ResetFigures();
+    m_monCount = 0;
+    char text[256];
+    std::snprintf(text, sizeof text, "%ld", 0L);
+    m_itemsPerSecondEdit.SetWindowText(text);
+    std::snprintf(text, sizeof text, "%.2f", m_meter.BusLoad());
+    m_busLoadEdit.SetWindowText(text);
+    RefreshCounters();
+}
+
+void MonitorLineDecoder::Restart()
+{
+    m_previousTimestamp = 0;
+    m_monCount = 0;
+    m_meter.Restart();
+}
+
+void MonitorLineDecoder::RefreshCounters()
+{
+    char text[256];
+    std::snprintf(text, sizeof text, "%ld", Long32(m_monCount));
+    m_monCountEdit.SetWindowText(text);
+    const double load = m_meter.BusLoad();
+    if (load > 1.0) {
+        // Cut to an integer as "%ld" of a 32-bit long would take it.
+        const double perSecond = m_meter.ItemsPerSecond();
+        const long shown = perSecond >= 0.0 && perSecond < 4294967296.0 ? Long32(static_cast<uint32_t>(perSecond)) : 0;
+        std::snprintf(text, sizeof text, "%ld", shown);
+        m_itemsPerSecondEdit.SetWindowText(text);
+        std::snprintf(text, sizeof text, "%.2f", load);
+        m_busLoadEdit.SetWindowText(text);
+    }
+}
+
+void MonitorLineDecoder::DecodeMonitorEvent(KdMonitorLink* link, uint32_t handle)
+{
+    if (!link)
+        return;
+    const Filter filter = CurrentFilter();
+    try {
+        while (KdObject* object = link->GetItem(handle)) {
+            Holder held{object};
+            if (!DecodeItem(*link, handle, *object, filter))
+                return;
+        }
+    } catch (const KdException&) {
+        // The library refused this notice: its items stay with the link.
+    }
+}
+
+bool MonitorLineDecoder::DecodeItem(KdMonitorLink& link, uint32_t handle, KdObject& object, const Filter& filter)
+{
+    if (object.GetType() != KD_OBJT_ITEM) {
+        m_list.PrintText(1, "Bad Object (not a KdComPrimitive)in Eventcallback\n");
+        return false;
+    }
+    auto& item = static_cast<KdMonitorItem&>(object);
+    const bool hidden = IsHidden(item, filter);
+    // A hidden item leaves the clock, so the next shown line's time spans it.
+    const uint32_t ts = !item.HasTimestamp() || hidden ? m_previousTimestamp : item.GetTimestamp();
+    if (!m_screenDisabled) {
+        if (!m_suppressLinkEvents)
+            WriteLinkEvent(handle, item.GetTimestamp());
+        Line line;
+        if (FormatLine(link, item, ts, ts - m_previousTimestamp, hidden, line) && !hidden) {
+            ++m_monCount;
+            RefreshCounters();
+            std::lock_guard lock(m_listLock);
+            WriteLine(line.text);
+        }
+    }
+    m_previousTimestamp = ts;
+    return true;
+}
+
+bool MonitorLineDecoder::IsHidden(KdMonitorItem& item, const Filter& filter) const
+{
+    if (filter.mode == FILTER_OFF || !filter.ids || !item.HasId())
+        return false;
+    const int id = static_cast<int>(item.GetId());
+    const bool found = std::find(filter.ids->begin(), filter.ids->end(), id) != filter.ids->end();
+    return filter.mode == FILTER_POSITIVE ? !found : filter.mode == FILTER_NEGATIVE && found;
+}
+
+void MonitorLineDecoder::WriteLinkEvent(uint32_t handle, uint32_t timestamp)
+{
+    char text[32];
+    m_list.SetRowColour(LINK_EVENT_COLOUR);
+    m_list.PrintText(1, "LINK EVENT");
+    std::snprintf(text, sizeof text, "(0x%x)", handle);
+    m_list.PrintText(2, text);
+    m_list.PrintText(4, "EVENT TIME:");
+    std::snprintf(text, sizeof text, "%u\n", timestamp);
+    m_list.PrintText(5, text);
+    m_list.SetRowColour(PrintListCtrl::WHITE);
+}
+
+bool MonitorLineDecoder::FormatLine(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts, uint32_t delta, bool hidden,
+                                    Line& line)
+{
+    const uint32_t type = item.GetItemType();
+    const uint32_t subType = type == KD_IT_INFO ? item.GetSubType() : 0;
+    const char letter = LetterOf(type, subType);
+    const long time = Long32(delta);
+    switch (letter) {
+    case '!': {
+        const ItemBytes bytes(item);
+        const uint32_t code = item.GetSubType();
+        line.Append("%c|%10.ld|%s (%02x)|REC:%02x TEC:%02x |ChipStatus:%02x |Data: %02x %02x %02x", letter, time,
+                    ChipStateText(code), code, bytes.At(3), bytes.At(4), bytes.At(1), bytes.At(2), bytes.At(3),
+                    bytes.At(4));
+        return true;
+    }
+    case 'B': {
+        const ItemBytes bytes(item);
+        line.Append("%c|%10.ld|Baud: %ld|Format: %d", letter, time, Long32(bytes.U32(0)), bytes.At(4));
+        return true;
+    }
+    case 'C': {
+        uint8_t c15 = 0, c30 = 0;
+        item.GetClampState(&c15, &c30);
+        line.Append("%c|%10.ld|Clamps changed:| |C15=%d, C30=%d", letter, time, c15, c30);
+        return true;
+    }
+    case 'E': {
+        const ItemBytes bytes(item);
+        const uint32_t code = item.GetSubType();
+        line.Append("%c|%10.3f|%s (%02x)|ChipStatus:%02x|Data: %02x %02x %02x", letter, delta / 1000.0,
+                    ErrorText(code), code, bytes.At(1), bytes.At(2), bytes.At(3), bytes.At(4));
+        return true;
+    }
+    case 'F': {
+        char text[50];
+        const uint32_t code = item.GetSubType();
+        LineErrorText(code, text);
+        line.Append("E|%10.ld|%s(%02x)", time, text, code & 0xff);
+        return true;
+    }
+    case 'M': {
+        // Built and kept silent: a flush shows nothing and counts nothing, but moves the clock.
+        const uint32_t code = item.GetSubType();
+        line.Append("M|%10.ld|%s(%02x)", time, code & 3 ? "MONITOR FLUSH" : "", code & 0xff);
+        return false;
+    }
+    case 'O':
+        line.Append("%c|%10.ld", letter, time);
+        return true;
+    default:
+        FormatFrame(link, item, letter, ts, delta, hidden, line);
+        return true;
+    }
+}
+
+void MonitorLineDecoder::FormatFrame(KdMonitorLink& link, KdMonitorItem& item, char letter, uint32_t ts,
+                                     uint32_t delta, bool hidden, Line& line)
+{
+    bool linLines;
+    {
+        std::lock_guard lock(m_settingsLock);
+        linLines = m_linLines;
+    }
+    char time[128];
+    TimeText(delta, time);
+    if (linLines) {
+        const ItemBytes record(item);
+        const uint32_t length = record.At(24) | uint32_t{record.At(25)} << 8;
+        line.Append("%c|%s|%8.x |%d|", letter, time, item.GetId() & 63, static_cast<int>(length));
+        // The record may claim more bytes than it holds: only those it holds are shown.
+        for (uint32_t i = 0; i < length && record.Has(37 + 6 * i) && line.used + 16 < LINE_SIZE; ++i)
+            line.Append("%.2x ", record.At(37 + 6 * i));
+        if (length != 0) {
+            line.DropLastBlank();
+            if (record.Has(31))
+                line.Append("   CS:%.2x", record.At(31));
+        }
+        return;
+    }
+    CountFrame(link, item, ts);
+    // A hidden line is only built for the id collector.
+    if (!hidden || m_collecting)
+        FormatCanFrame(item, letter, time, line);
+}
+
+void MonitorLineDecoder::CountFrame(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts)
+{
+    const ItemBytes bytes(item);
+    BusLoadMeter::Frame frame;
+    frame.hasId = item.HasId();
+    if (frame.hasId) {
+        frame.extended = item.IsExtendedId();
+        frame.id = item.GetId();
+        frame.data = bytes.data;
+        frame.length = bytes.size;
+    }
+    uint32_t baud = 0, dataBaud = 0;
+    if (frame.hasId) {
+        baud = ParamU32(link, "Baudrate");
+        dataBaud = item.IsFd() ? ParamU32(link, "CANFDBaudrate") : baud;
+    }
+    m_meter.AddFrame(frame, baud, dataBaud);
+    if (m_meter.CloseWindow(ts))
+        RefreshCounters();
+}
+
+uint32_t MonitorLineDecoder::Collect(uint32_t id)
+{
+    if (!m_collecting)
+        return id;
+    std::lock_guard lock(m_collectLock);
+    if (std::find(m_collectedIds.begin(), m_collectedIds.end(), id) == m_collectedIds.end())
+        m_collectedIds.push_back(id);
+    return id;
+}
+
+void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, const char* time, Line& line)
+{
+    char first[4] = {letter, '\0', '\0', '\0'};
+    if (item.IsFd()) {
+        first[1] = 'F';
+        first[2] = item.IsBrs() ? 'B' : '\0';
+    }
+    const ItemBytes bytes(item);
+    const int length = static_cast<int>(bytes.size);
+    const uint32_t rows = bytes.size == 0 ? 0 : ((bytes.size - 1) >> 3) + 1;
+    char hex[25] = "<NO DATA>";
+    if (rows > 0)
+        HexText(bytes.data, std::min<uint32_t>(bytes.size, 8), hex);
+    if (item.IsExtendedId()) {
+        const uint32_t id = item.GetId();
+        if (id != 0)
+            line.Append("%s|%s|%8.xx|%d|%s", first, time, Collect(id), length, hex);
+        else
+            line.Append("%s|%s|0x|%d|%s", first, time, length, hex);
+    } else if (!item.HasId()) {
+        line.Append("%s|%s|<NO ID>|%d|%s", first, time, length, hex);
+    } else if (const uint32_t id = item.GetId(); id != 0) {
+        line.Append("%s|%s|%8.x|%d|%s", first, time, Collect(id), length, hex);
+    } else {
+        line.Append("%s|%s|0|%d|%s", first, time, length, hex);
+    }
+    // Longest further row: " | | | |", 23 hex, "|%8s|\1|".
+    constexpr size_t kRowText = 8 + 23 + 12;
+    for (uint32_t row = 0; row < rows; ++row) {
+        const uint8_t* rowBytes = bytes.data + row * 8;
+        const uint32_t count = row + 1 < rows ? 8 : ((bytes.size - 1) & 7) + 1;
+        if (row > 0) {
+            HexText(rowBytes, count, hex);
+            line.Append(" | | | |%s", hex);
+        }
+        char ascii[9];
+        AsciiText(rowBytes, count, ascii);
+        // A frame longer than the line ends with the last whole row that fits.
+        if (row + 1 < rows && line.used + 2 * kRowText < LINE_SIZE) {
+            line.Append("|%8s|%c|", ascii, '\x01');
+        } else {
+            line.Append("|%8s", ascii);
+            break;
+        }
+    }
+}
+
+void MonitorLineDecoder::WriteLine(char* text)
+{
+    // Split at runs of "|" as strtok does, without its hidden state: a piece that starts with
+    // byte 1 ends the row.
+    int col = 0;
+    char* p = text;
+    for (;;) {
+        while (*p == '|')
+            ++p;
+        if (*p == '\0')
+            break;
+        char* end = std::strchr(p, '|');
+        const bool last = end == nullptr;
+        if (end)
+            *end = '\0';
+        if (*p == '\x01') {
+            m_list.PrintText(5, "\n");
+            col = 0;
+        } else {
+            m_list.PrintText(col++, p);
+        }
+        if (last)
+            break;
+        p = end + 1;
+    }
+    m_list.PrintText(5, "\n");
+}
