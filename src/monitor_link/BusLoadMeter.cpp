@@ -6,6 +6,7 @@ namespace {
 // of the other level. `run` is positive for a run of recessive bits, negative for dominant ones.
 class StuffCounter {
 public:
+    explicit StuffCounter(int run = -1) : m_run(run) {}  // the start-of-frame bit is dominant
     void Bit(bool recessive)
     {
         if (recessive) {
@@ -29,7 +30,10 @@ public:
         for (int bit = count - 1; bit >= 0; --bit)
             Bit(((value >> bit) & 1u) != 0);
     }
+    // A whole byte by the table, with the same result as its eight bits.
+    void Byte(uint8_t byte);
     uint8_t Count() const { return m_count; }
+    int Run() const { return m_run; }
 
 private:
     void Stuff(int runAfter)
@@ -37,7 +41,7 @@ private:
         ++m_count;
         m_run = runAfter;
     }
-    int m_run = -1;  // the start-of-frame bit is dominant
+    int m_run;
     uint8_t m_count = 0;
 };
 
@@ -50,6 +54,60 @@ uint16_t CrcStep(uint16_t reg, uint8_t byte)
             reg ^= 0xc599;
     }
     return reg;
+}
+
+// The step above a byte at a time. The register stays below 0x8000 after every step, so the
+// low seven bits of reg ^ (byte << 7) only move up, and the high eight decide the feedback.
+struct CrcTable {
+    uint16_t feedback[256];
+    CrcTable()
+    {
+        for (uint32_t i = 0; i < 256; ++i)
+            feedback[i] = CrcStep(static_cast<uint16_t>(i << 7), 0);
+    }
+    uint16_t Step(uint16_t reg, uint8_t byte) const
+    {
+        const uint16_t x = static_cast<uint16_t>(reg ^ (byte << 7));
+        return static_cast<uint16_t>(((x & 0x7f) << 8) ^ feedback[(x >> 7) & 0xff]);
+    }
+};
+
+// Whole data bytes through the stuff counter: for each run state and byte, the state after
+// the byte's eight bits and the stuff bits they needed.
+struct StuffTable {
+    struct Entry {
+        int8_t run;
+        uint8_t stuffed;
+    };
+    Entry entries[9][256];  // run -4..4 at index run + 4; 0 is never a state
+    StuffTable()
+    {
+        for (int run = -4; run <= 4; ++run)
+            for (uint32_t byte = 0; byte < 256; ++byte) {
+                StuffCounter counter(run);
+                counter.Bits(byte, 8);
+                entries[run + 4][byte] = {static_cast<int8_t>(counter.Run()), counter.Count()};
+            }
+    }
+};
+
+const CrcTable& Crcs()
+{
+    static const CrcTable table;
+    return table;
+}
+
+const StuffTable& Stuffs()
+{
+    static const StuffTable table;
+    return table;
+}
+
+void StuffCounter::Byte(uint8_t byte)
+{
+    const StuffTable::Entry& entry = Stuffs().entries[m_run + 4][byte];
+    m_run = entry.run;
+    m_count = static_cast<uint8_t>(m_count + entry.stuffed);
 }
 
 uint32_t TailBits(uint32_t length)
@@ -70,11 +128,12 @@ uint16_t BusLoadMeter::Crc(uint32_t id, const uint8_t* data, uint32_t length)
     const auto idHigh = static_cast<uint8_t>(id >> 8);
     const auto idLow = static_cast<uint8_t>(id);
     uint16_t reg = 0;
-    reg = CrcStep(reg, static_cast<uint8_t>(idHigh >> 1));
-    reg = CrcStep(reg, static_cast<uint8_t>(static_cast<uint8_t>(idHigh << 7) | (idLow >> 1)));
-    reg = CrcStep(reg, static_cast<uint8_t>(static_cast<uint8_t>(idLow << 7) | length));
+    const CrcTable& table = Crcs();
+    reg = table.Step(reg, static_cast<uint8_t>(idHigh >> 1));
+    reg = table.Step(reg, static_cast<uint8_t>(static_cast<uint8_t>(idHigh << 7) | (idLow >> 1)));
+    reg = table.Step(reg, static_cast<uint8_t>(static_cast<uint8_t>(idLow << 7) | length));
     for (uint32_t i = 0; i < length; ++i)
-        reg = CrcStep(reg, data[i]);
+        reg = table.Step(reg, data[i]);
     return reg;
 }
 
@@ -82,12 +141,14 @@ uint8_t BusLoadMeter::StuffBits(uint32_t id, const uint8_t* data, uint32_t lengt
 {
     StuffCounter counter;
     counter.Bits((id >> 8) & 0x7, 3);
-    counter.Bits(id & 0xff, 8);
+    counter.Byte(static_cast<uint8_t>(id));
     counter.Bits(0, 3);  // RTR, IDE, r0
     counter.Bits(length & 0xf, 4);
     for (uint32_t i = 0; i < length; ++i)
-        counter.Bits(data[i], 8);
-    counter.Bits(Crc(id, data, length), 15);
+        counter.Byte(data[i]);
+    const uint16_t crc = Crc(id, data, length);
+    counter.Bits(crc >> 8, 7);
+    counter.Byte(static_cast<uint8_t>(crc));
     return counter.Count();
 }
 

@@ -1,7 +1,8 @@
 #include "monitor_link/MonitorLineDecoder.h"
 
+#include "monitor_link/LineBuffer.h"
+
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -99,14 +100,6 @@ void LineErrorText(uint32_t code, char (&text)[50])
         std::strcat(text, "OVERRUN ERROR ");
 }
 
-// Milliseconds with three decimals and a comma.
-void TimeText(uint32_t delta, char (&text)[128])
-{
-    std::snprintf(text, sizeof text, "%.3f", delta / 1000.0);
-    if (char* point = std::strchr(text, '.'))
-        *point = ',';
-}
-
 constexpr char kHex[] = "0123456789abcdef";
 
 // "xx xx xx" of up to eight bytes.
@@ -152,28 +145,6 @@ struct Holder {
 
 }  // namespace
 
-// One line in a stack buffer; what doesn't fit is cut, so an over-long item keeps its first rows.
-struct MonitorLineDecoder::Line {
-    char text[LINE_SIZE];
-    size_t used = 0;
-
-    Line() { text[0] = '\0'; }
-    void Append(const char* format, ...) __attribute__((format(printf, 2, 3)))
-    {
-        va_list args;
-        va_start(args, format);
-        const int written = std::vsnprintf(text + used, LINE_SIZE - used, format, args);
-        va_end(args);
-        if (written > 0)
-            used = std::min(used + static_cast<size_t>(written), LINE_SIZE - 1);
-    }
-    void DropLastBlank()
-    {
-        if (used > 0 && text[used - 1] == ' ')
-            text[--used] = '\0';
-    }
-};
-
 MonitorLineDecoder::MonitorLineDecoder(PrintListCtrl& list, controls::Edit& monCount, controls::Edit& itemsPerSecond,
                                        controls::Edit& busLoad)
     : m_list(list), m_monCountEdit(monCount), m_itemsPerSecondEdit(itemsPerSecond), m_busLoadEdit(busLoad)
@@ -216,12 +187,37 @@ void MonitorLineDecoder::ResetCounters()
 {
     m_meter.ResetFigures();
     m_monCount = 0;
-    char text[256];
-    std::snprintf(text, sizeof text, "%ld", 0L);
-    m_itemsPerSecondEdit.SetWindowText(text);
-    std::snprintf(text, sizeof text, "%.2f", m_meter.BusLoad());
-    m_busLoadEdit.SetWindowText(text);
+    {
+        std::lock_guard lock(m_figuresLock);
+        m_loadText.clear();
+    }
+    ShowFigures(true);
     RefreshCounters();
+}
+
+// The figures change once a second at most: their texts are made when they do, and an edit
+// that shows its text already is left alone.
+void MonitorLineDecoder::ShowFigures(bool always)
+{
+    const double load = m_meter.BusLoad();
+    const double perSecond = m_meter.ItemsPerSecond();
+    std::lock_guard lock(m_figuresLock);
+    const bool changed = load != m_shownLoad || perSecond != m_shownPerSecond || m_loadText.empty();
+    if (changed) {
+        char text[256];
+        std::snprintf(text, sizeof text, "%.2f", load);
+        m_loadText = text;
+        // Cut to an integer as "%ld" of a 32-bit long would take it.
+        LineBuffer items;
+        items.Decimal(perSecond >= 0.0 && perSecond < 4294967296.0 ? Long32(static_cast<uint32_t>(perSecond)) : 0);
+        m_perSecondText = items.Text();
+        m_shownLoad = load;
+        m_shownPerSecond = perSecond;
+    }
+    if (changed || always) {
+        m_itemsPerSecondEdit.SetWindowText(m_perSecondText);
+        m_busLoadEdit.SetWindowText(m_loadText);
+    }
 }
 
 void MonitorLineDecoder::Restart()
@@ -233,19 +229,11 @@ void MonitorLineDecoder::Restart()
 
 void MonitorLineDecoder::RefreshCounters()
 {
-    char text[256];
-    std::snprintf(text, sizeof text, "%ld", Long32(m_monCount));
-    m_monCountEdit.SetWindowText(text);
-    const double load = m_meter.BusLoad();
-    if (load > 1.0) {
-        // Cut to an integer as "%ld" of a 32-bit long would take it.
-        const double perSecond = m_meter.ItemsPerSecond();
-        const long shown = perSecond >= 0.0 && perSecond < 4294967296.0 ? Long32(static_cast<uint32_t>(perSecond)) : 0;
-        std::snprintf(text, sizeof text, "%ld", shown);
-        m_itemsPerSecondEdit.SetWindowText(text);
-        std::snprintf(text, sizeof text, "%.2f", load);
-        m_busLoadEdit.SetWindowText(text);
-    }
+    LineBuffer count;
+    count.Decimal(Long32(m_monCount));
+    m_monCountEdit.SetWindowText(count.Text());
+    if (m_meter.BusLoad() > 1.0)
+        ShowFigures(false);
 }
 
 void MonitorLineDecoder::DecodeMonitorEvent(KdMonitorLink* link, uint32_t handle)
@@ -277,12 +265,12 @@ bool MonitorLineDecoder::DecodeItem(KdMonitorLink& link, uint32_t handle, KdObje
     if (!m_screenDisabled) {
         if (!m_suppressLinkEvents)
             WriteLinkEvent(handle, item.GetTimestamp());
-        Line line;
+        LineBuffer line;
         if (FormatLine(link, item, ts, ts - m_previousTimestamp, hidden, line) && !hidden) {
             ++m_monCount;
             RefreshCounters();
             std::lock_guard lock(m_listLock);
-            WriteLine(line.text);
+            WriteLine(line.Text());
         }
     }
     m_previousTimestamp = ts;
@@ -300,48 +288,52 @@ bool MonitorLineDecoder::IsHidden(KdMonitorItem& item, const Filter& filter) con
 
 void MonitorLineDecoder::WriteLinkEvent(uint32_t handle, uint32_t timestamp)
 {
-    char text[32];
     m_list.SetRowColour(LINK_EVENT_COLOUR);
     m_list.PrintText(1, "LINK EVENT");
-    std::snprintf(text, sizeof text, "(0x%x)", handle);
-    m_list.PrintText(2, text);
+    LineBuffer text;
+    text.Add("(0x");
+    text.Hex(handle, 1);
+    text.Add(')');
+    m_list.PrintText(2, text.Text());
     m_list.PrintText(4, "EVENT TIME:");
-    std::snprintf(text, sizeof text, "%u\n", timestamp);
-    m_list.PrintText(5, text);
+    LineBuffer time;
+    time.Decimal(timestamp);
+    time.Add('\n');
+    m_list.PrintText(5, time.Text());
     m_list.SetRowColour(PrintListCtrl::WHITE);
 }
 
 bool MonitorLineDecoder::FormatLine(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts, uint32_t delta, bool hidden,
-                                    Line& line)
+                                    LineBuffer& line)
 {
     const uint32_t type = item.GetItemType();
     const uint32_t subType = type == KD_IT_INFO ? item.GetSubType() : 0;
     const char letter = LetterOf(type, subType);
-    const long time = Long32(delta);
+    const long time = Long32(delta);  // the "%10.ld" forms
     switch (letter) {
     case '!': {
         const ItemBytes bytes(item);
         const uint32_t code = item.GetSubType();
-        line.Append("%c|%10.ld|%s (%02x)|REC:%02x TEC:%02x |ChipStatus:%02x |Data: %02x %02x %02x", letter, time,
+        line.Format("%c|%10.ld|%s (%02x)|REC:%02x TEC:%02x |ChipStatus:%02x |Data: %02x %02x %02x", letter, time,
                     ChipStateText(code), code, bytes.At(3), bytes.At(4), bytes.At(1), bytes.At(2), bytes.At(3),
                     bytes.At(4));
         return true;
     }
     case 'B': {
         const ItemBytes bytes(item);
-        line.Append("%c|%10.ld|Baud: %ld|Format: %d", letter, time, Long32(bytes.U32(0)), bytes.At(4));
+        line.Format("%c|%10.ld|Baud: %ld|Format: %d", letter, time, Long32(bytes.U32(0)), bytes.At(4));
         return true;
     }
     case 'C': {
         uint8_t c15 = 0, c30 = 0;
         item.GetClampState(&c15, &c30);
-        line.Append("%c|%10.ld|Clamps changed:| |C15=%d, C30=%d", letter, time, c15, c30);
+        line.Format("%c|%10.ld|Clamps changed:| |C15=%d, C30=%d", letter, time, c15, c30);
         return true;
     }
     case 'E': {
         const ItemBytes bytes(item);
         const uint32_t code = item.GetSubType();
-        line.Append("%c|%10.3f|%s (%02x)|ChipStatus:%02x|Data: %02x %02x %02x", letter, delta / 1000.0,
+        line.Format("%c|%10.3f|%s (%02x)|ChipStatus:%02x|Data: %02x %02x %02x", letter, delta / 1000.0,
                     ErrorText(code), code, bytes.At(1), bytes.At(2), bytes.At(3), bytes.At(4));
         return true;
     }
@@ -349,17 +341,19 @@ bool MonitorLineDecoder::FormatLine(KdMonitorLink& link, KdMonitorItem& item, ui
         char text[50];
         const uint32_t code = item.GetSubType();
         LineErrorText(code, text);
-        line.Append("E|%10.ld|%s(%02x)", time, text, code & 0xff);
+        line.Format("E|%10.ld|%s(%02x)", time, text, code & 0xff);
         return true;
     }
     case 'M': {
         // Built and kept silent: a flush shows nothing and counts nothing, but moves the clock.
         const uint32_t code = item.GetSubType();
-        line.Append("M|%10.ld|%s(%02x)", time, code & 3 ? "MONITOR FLUSH" : "", code & 0xff);
+        line.Format("M|%10.ld|%s(%02x)", time, code & 3 ? "MONITOR FLUSH" : "", code & 0xff);
         return false;
     }
     case 'O':
-        line.Append("%c|%10.ld", letter, time);
+        line.Add(letter);
+        line.Add('|');
+        line.Long(time, 10);
         return true;
     default:
         FormatFrame(link, item, letter, ts, delta, hidden, line);
@@ -368,33 +362,47 @@ bool MonitorLineDecoder::FormatLine(KdMonitorLink& link, KdMonitorItem& item, ui
 }
 
 void MonitorLineDecoder::FormatFrame(KdMonitorLink& link, KdMonitorItem& item, char letter, uint32_t ts,
-                                     uint32_t delta, bool hidden, Line& line)
+                                     uint32_t delta, bool hidden, LineBuffer& line)
 {
     bool linLines;
     {
         std::lock_guard lock(m_settingsLock);
         linLines = m_linLines;
     }
-    char time[128];
-    TimeText(delta, time);
     if (linLines) {
-        const ItemBytes record(item);
-        const uint32_t length = record.At(24) | uint32_t{record.At(25)} << 8;
-        line.Append("%c|%s|%8.x |%d|", letter, time, item.GetId() & 63, static_cast<int>(length));
-        // The record may claim more bytes than it holds: only those it holds are shown.
-        for (uint32_t i = 0; i < length && record.Has(37 + 6 * i) && line.used + 16 < LINE_SIZE; ++i)
-            line.Append("%.2x ", record.At(37 + 6 * i));
-        if (length != 0) {
-            line.DropLastBlank();
-            if (record.Has(31))
-                line.Append("   CS:%.2x", record.At(31));
-        }
+        FormatLinFrame(item, letter, delta, line);
         return;
     }
     CountFrame(link, item, ts);
     // A hidden line is only built for the id collector.
     if (!hidden || m_collecting)
-        FormatCanFrame(item, letter, time, line);
+        FormatCanFrame(item, letter, delta, line);
+}
+
+void MonitorLineDecoder::FormatLinFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line)
+{
+    const ItemBytes record(item);
+    const uint32_t length = record.At(24) | uint32_t{record.At(25)} << 8;
+    line.Add(letter);
+    line.Add('|');
+    line.Milliseconds(delta, ',');
+    line.Add('|');
+    line.Hex(item.GetId() & 63, 8);
+    line.Add(" |");
+    line.Decimal(static_cast<int>(length));
+    line.Add('|');
+    // The record may claim more bytes than it holds: only those it holds are shown.
+    for (uint32_t i = 0; i < length && record.Has(37 + 6 * i); ++i) {
+        const uint8_t byte = record.At(37 + 6 * i);
+        line.Add(kHex[byte >> 4]);
+        line.Add(kHex[byte & 0xf]);
+        line.Add(' ');
+    }
+    if (length != 0) {
+        line.DropLastBlank();
+        if (record.Has(31))
+            line.Format("   CS:%.2x", record.At(31));
+    }
 }
 
 void MonitorLineDecoder::CountFrame(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts)
@@ -428,50 +436,59 @@ uint32_t MonitorLineDecoder::Collect(uint32_t id)
     return id;
 }
 
-void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, const char* time, Line& line)
+void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line)
 {
-    char first[4] = {letter, '\0', '\0', '\0'};
+    line.Add(letter);
     if (item.IsFd()) {
-        first[1] = 'F';
-        first[2] = item.IsBrs() ? 'B' : '\0';
+        line.Add('F');
+        if (item.IsBrs())
+            line.Add('B');
+    }
+    line.Add('|');
+    line.Milliseconds(delta, ',');
+    line.Add('|');
+    if (item.IsExtendedId()) {
+        // The "x" behind marks the extended identifier.
+        if (const uint32_t id = item.GetId(); id != 0) {
+            line.Hex(Collect(id), 8);
+            line.Add('x');
+        } else {
+            line.Add("0x");
+        }
+    } else if (!item.HasId()) {
+        line.Add("<NO ID>");
+    } else if (const uint32_t id = item.GetId(); id != 0) {
+        line.Hex(Collect(id), 8);
+    } else {
+        line.Add('0');
     }
     const ItemBytes bytes(item);
-    const int length = static_cast<int>(bytes.size);
-    const uint32_t rows = bytes.size == 0 ? 0 : ((bytes.size - 1) >> 3) + 1;
-    char hex[25] = "<NO DATA>";
-    if (rows > 0)
-        HexText(bytes.data, std::min<uint32_t>(bytes.size, 8), hex);
-    if (item.IsExtendedId()) {
-        const uint32_t id = item.GetId();
-        if (id != 0)
-            line.Append("%s|%s|%8.xx|%d|%s", first, time, Collect(id), length, hex);
-        else
-            line.Append("%s|%s|0x|%d|%s", first, time, length, hex);
-    } else if (!item.HasId()) {
-        line.Append("%s|%s|<NO ID>|%d|%s", first, time, length, hex);
-    } else if (const uint32_t id = item.GetId(); id != 0) {
-        line.Append("%s|%s|%8.x|%d|%s", first, time, Collect(id), length, hex);
-    } else {
-        line.Append("%s|%s|0|%d|%s", first, time, length, hex);
+    line.Add('|');
+    line.Decimal(static_cast<int>(bytes.size));
+    line.Add('|');
+    if (bytes.size == 0) {
+        line.Add("<NO DATA>");
+        return;
     }
+    const uint32_t rows = ((bytes.size - 1) >> 3) + 1;
     // Longest further row: " | | | |", 23 hex, "|%8s|\1|".
     constexpr size_t kRowText = 8 + 23 + 12;
     for (uint32_t row = 0; row < rows; ++row) {
         const uint8_t* rowBytes = bytes.data + row * 8;
         const uint32_t count = row + 1 < rows ? 8 : ((bytes.size - 1) & 7) + 1;
-        if (row > 0) {
-            HexText(rowBytes, count, hex);
-            line.Append(" | | | |%s", hex);
-        }
+        char hex[25];
+        HexText(rowBytes, count, hex);
+        if (row > 0)
+            line.Add(" | | | |");
+        line.Add(hex);
         char ascii[9];
         AsciiText(rowBytes, count, ascii);
+        line.Add('|');
+        line.Add(ascii);
         // A frame longer than the line ends with the last whole row that fits.
-        if (row + 1 < rows && line.used + 2 * kRowText < LINE_SIZE) {
-            line.Append("|%8s|%c|", ascii, '\x01');
-        } else {
-            line.Append("|%8s", ascii);
+        if (row + 1 == rows || line.Used() + 2 * kRowText >= LineBuffer::SIZE)
             break;
-        }
+        line.Add("|\x01|");
     }
 }
 

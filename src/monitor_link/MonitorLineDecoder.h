@@ -13,12 +13,12 @@
 #include "controls/Edit.h"
 #include "controls/PrintListCtrl.h"
 #include "monitor_link/BusLoadMeter.h"
+#include "monitor_link/LineBuffer.h"
 #include "pdu/KdMonitorService.h"
 
 class MonitorLineDecoder {
 public:
     static constexpr uint32_t LINK_EVENT_COLOUR = 0xccccff;
-    static constexpr size_t LINE_SIZE = 4096;
 
     enum FilterMode : uint32_t { FILTER_OFF = 0, FILTER_POSITIVE = 1, FILTER_NEGATIVE = 2 };
 
@@ -48,7 +48,6 @@ public:
     void RefreshCounters();
 
 private:
-    struct Line;
     struct Filter {
         uint32_t mode = FILTER_OFF;
         std::shared_ptr<const std::vector<int>> ids;
@@ -59,12 +58,15 @@ private:
     bool IsHidden(KdMonitorItem& item, const Filter& filter) const;
     void WriteLinkEvent(uint32_t handle, uint32_t timestamp);
     // The text of the item's line; empty for lines that are built and not shown.
-    bool FormatLine(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts, uint32_t delta, bool hidden, Line& line);
+    bool FormatLine(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts, uint32_t delta, bool hidden,
+                    LineBuffer& line);
     void FormatFrame(KdMonitorLink& link, KdMonitorItem& item, char letter, uint32_t ts, uint32_t delta,
-                     bool hidden, Line& line);
-    void FormatCanFrame(KdMonitorItem& item, char letter, const char* time, Line& line);
+                     bool hidden, LineBuffer& line);
+    void FormatLinFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line);
+    void FormatCanFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line);
     void CountFrame(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts);
     uint32_t Collect(uint32_t id);
+    void ShowFigures(bool always);
     void WriteLine(char* text);
     Filter CurrentFilter();
 
@@ -84,6 +86,11 @@ private:
     std::atomic<uint32_t> m_monCount{0};
     uint32_t m_previousTimestamp = 0;
     BusLoadMeter m_meter;
+    std::mutex m_figuresLock;  // the UI thread's "X" writes the figures too
+    double m_shownLoad = 0.0;
+    double m_shownPerSecond = 0.0;
+    std::string m_loadText;
+    std::string m_perSecondText;
     std::mutex m_collectLock;
     std::vector<uint32_t> m_collectedIds;
     std::mutex m_listLock;

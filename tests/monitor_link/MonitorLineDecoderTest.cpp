@@ -209,6 +209,8 @@ TEST(BusLoadMeter, StuffBitsAndCrcOfTheEstimate)
         {0x7e8, {0x03, 0x22, 0xf1, 0x90, 'A', 'B', 'C', 0x7f}, 0x2bf1, 7},
         {0x000, std::vector<uint8_t>(8, 0), 0x145b, 16},
         {0x123, counting, 0, 26},
+        {0x7ff, std::vector<uint8_t>(8, 0xff), 0x4c89, 15},
+        {0x555, {0xaa, 0x0f, 0xf0, 0x81, 0x7e, 0x00, 0xff, 0x3c}, 0x7696, 6},
     };
     for (const Case& c : cases) {
         const auto length = static_cast<uint32_t>(c.data.size());

@@ -1,0 +1,40 @@
+// A monitor line in a fixed buffer. What doesn't fit is cut, never written past. The frequent
+// pieces have writers of their own that give what printf would, at a fraction of its cost: the
+// decoder has to keep up with several saturated buses.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class LineBuffer {
+public:
+    static constexpr size_t SIZE = 4096;
+
+    LineBuffer() { m_text[0] = '\0'; }
+    LineBuffer(const LineBuffer&) = delete;
+    LineBuffer& operator=(const LineBuffer&) = delete;
+
+    char* Text() { return m_text; }
+    const char* Text() const { return m_text; }
+    size_t Used() const { return m_used; }
+    size_t Room() const { return SIZE - 1 - m_used; }
+
+    void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void Add(const char* text);
+    void Add(char c);
+    // "%d", "%u"
+    void Decimal(int64_t value);
+    // "%<width>.x": lower-case hex, right-aligned; precision 0, so a 0 is all blanks.
+    void Hex(uint32_t value, int width);
+    // "%<width>.ld": precision 0 as well.
+    void Long(long value, int width);
+    // "%.3f" of microseconds / 1000.0, with `point` as the decimal mark.
+    void Milliseconds(uint32_t microseconds, char point);
+    void DropLastBlank();
+
+private:
+    void AddDigits(const char* digits, size_t count, int width);
+
+    char m_text[SIZE];
+    size_t m_used = 0;
+};
