@@ -145,11 +145,12 @@ void MonitorLink::PlayTraffic(uint64_t& produced, std::chrono::steady_clock::tim
     const auto elapsedUs = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count();
     const uint64_t due = rate == 0 ? produced : static_cast<uint64_t>(elapsedUs) * rate / 1000000;
     const uint32_t base = SimSystem::Instance().Stamp(start);
-    const uint64_t before = produced;
     while (produced < due) {
         std::vector<MonitorItemContent> batch;
         for (uint32_t i = 0; i < perNotice && produced < due; ++i, ++produced)
             batch.push_back(BackgroundItem(produced, base + static_cast<uint32_t>(produced * 1000000 / rate), lin));
+        // Counted before the host can see them, so the host never counts more than this.
+        m_params.Store("GeneratedItems", m_params.U32("GeneratedItems") + static_cast<uint32_t>(batch.size()));
         Push(std::move(batch));
         SendNotice();
     }
@@ -159,7 +160,6 @@ void MonitorLink::PlayTraffic(uint64_t& produced, std::chrono::steady_clock::tim
         lost = m_lost;
     }
     m_params.Store("LostItems", static_cast<uint32_t>(std::min<uint64_t>(lost, UINT32_MAX)));
-    m_params.Store("GeneratedItems", m_params.U32("GeneratedItems") + static_cast<uint32_t>(produced - before));
 }
 
 void MonitorLink::Run() {
