@@ -7,19 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "MonitorItem.h"
 #include "pdu/KdMonitorService.h"
 
-struct FakeItem final : KdMonitorItem {
-    uint32_t type = KD_IT_CAN_RX;
-    uint32_t subType = 0;
-    uint32_t timestamp = 0;
-    bool hasTimestamp = true;
-    uint32_t id = 0;
-    bool hasId = true;
-    bool extended = false;
-    bool fd = false;
-    bool brs = false;
-    std::vector<uint8_t> data;
+// The fields are the simulator's own item record, so its canned sequence feeds the tests too.
+struct FakeItem final : KdMonitorItem, pdusim::MonitorItemContent {
+    FakeItem() = default;
+    explicit FakeItem(const pdusim::MonitorItemContent& content) : pdusim::MonitorItemContent(content) {}
+
     uint32_t claimedLength = UINT32_MAX;  // what GetDataLength says, when not the data's size
     uint32_t objectType = KD_OBJT_ITEM;
     int* live = nullptr;  // counts the items not yet released
@@ -47,8 +42,8 @@ struct FakeItem final : KdMonitorItem {
     void ItemReserved10() override {}
     void GetClampState(uint8_t* c15, uint8_t* c30) override
     {
-        *c15 = data.size() > 0 ? data[0] : 0;
-        *c30 = data.size() > 1 ? data[1] : 0;
+        *c15 = clamp15;
+        *c30 = clamp30;
     }
     void ItemReserved12() override {}
     void ItemReserved13() override {}
