@@ -195,6 +195,20 @@ TEST_F(SimMonitorServiceTest, FramesOfTheModulesLogicalLinksAreMirrored)
     EXPECT_EQ(seen[1], std::make_pair(uint32_t{KD_IT_CAN_RX}, 0x7e8u)) << "the answer's first frame";
 }
 
+TEST_F(SimMonitorServiceTest, AnUnloadLeavesTheCodeOfLiveObjectsMapped)
+{
+    Held held;
+    FirstItem(held);
+    void* second = dlopen(QUILLON_RUNTIME_DIR "/libpdusim.so", RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(second, nullptr);
+    dlclose(second);
+    dlclose(api.library);
+    EXPECT_NE(dlopen(QUILLON_RUNTIME_DIR "/libpdusim.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
+    // The objects still answer after the host let go of the library.
+    EXPECT_EQ(Item(held).GetItemType(), uint32_t{KD_IT_CAN_RX});
+    api.library = dlopen(QUILLON_RUNTIME_DIR "/libpdusim.so", RTLD_NOW | RTLD_LOCAL);
+}
+
 // Every slot of every interface, thrown from by PDUSIM_FAULTS and caught here.
 TEST_F(SimMonitorServiceTest, AThrowFromEveryMethodIsCaughtByTheBench)
 {
