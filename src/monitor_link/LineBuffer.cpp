@@ -56,12 +56,14 @@ void LineBuffer::Decimal(int64_t value)
     AddDigits(p, static_cast<size_t>(digits + sizeof digits - p), 0);
 }
 
-void LineBuffer::Hex(uint32_t value, int width)
+void LineBuffer::Hex(uint32_t value, int width, bool blankZero)
 {
     char digits[8];
     char* p = digits + sizeof digits;
     for (; value != 0; value >>= 4)
         *--p = "0123456789abcdef"[value & 0xf];
+    if (p == digits + sizeof digits && !blankZero)
+        *--p = '0';
     AddDigits(p, static_cast<size_t>(digits + sizeof digits - p), width);
 }
 

@@ -24,8 +24,8 @@ public:
     void Add(char c);
     // "%d", "%u"
     void Decimal(int64_t value);
-    // "%<width>.x": lower-case hex, right-aligned; precision 0, so a 0 is all blanks.
-    void Hex(uint32_t value, int width);
+    // "%x"; with `blankZero` "%<width>.x", whose precision 0 shows a 0 as blanks alone.
+    void Hex(uint32_t value, int width = 0, bool blankZero = false);
     // "%<width>.ld": precision 0 as well.
     void Long(long value, int width);
     // "%.3f" of microseconds / 1000.0, with `point` as the decimal mark.

@@ -292,7 +292,7 @@ void MonitorLineDecoder::WriteLinkEvent(uint32_t handle, uint32_t timestamp)
     m_list.PrintText(1, "LINK EVENT");
     LineBuffer text;
     text.Add("(0x");
-    text.Hex(handle, 1);
+    text.Hex(handle);
     text.Add(')');
     m_list.PrintText(2, text.Text());
     m_list.PrintText(4, "EVENT TIME:");
@@ -364,12 +364,7 @@ bool MonitorLineDecoder::FormatLine(KdMonitorLink& link, KdMonitorItem& item, ui
 void MonitorLineDecoder::FormatFrame(KdMonitorLink& link, KdMonitorItem& item, char letter, uint32_t ts,
                                      uint32_t delta, bool hidden, LineBuffer& line)
 {
-    bool linLines;
-    {
-        std::lock_guard lock(m_settingsLock);
-        linLines = m_linLines;
-    }
-    if (linLines) {
+    if (m_linLines) {
         FormatLinFrame(item, letter, delta, line);
         return;
     }
@@ -387,7 +382,7 @@ void MonitorLineDecoder::FormatLinFrame(KdMonitorItem& item, char letter, uint32
     line.Add('|');
     line.Milliseconds(delta, ',');
     line.Add('|');
-    line.Hex(item.GetId() & 63, 8);
+    line.Hex(item.GetId() & 63, 8, true);
     line.Add(" |");
     line.Decimal(static_cast<int>(length));
     line.Add('|');
@@ -450,7 +445,7 @@ void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, uint32
     if (item.IsExtendedId()) {
         // The "x" behind marks the extended identifier.
         if (const uint32_t id = item.GetId(); id != 0) {
-            line.Hex(Collect(id), 8);
+            line.Hex(Collect(id), 8, true);
             line.Add('x');
         } else {
             line.Add("0x");
@@ -458,7 +453,7 @@ void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, uint32
     } else if (!item.HasId()) {
         line.Add("<NO ID>");
     } else if (const uint32_t id = item.GetId(); id != 0) {
-        line.Hex(Collect(id), 8);
+        line.Hex(Collect(id), 8, true);
     } else {
         line.Add('0');
     }

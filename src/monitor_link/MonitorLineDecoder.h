@@ -39,7 +39,8 @@ public:
     std::vector<uint32_t> CollectedIds();
     // The "X" button.
     void ResetCounters();
-    // The previous timestamp and the counters of a freshly opened window.
+    // The previous timestamp and the counters of a freshly opened window; before the receive
+    // thread runs.
     void Restart();
 
     uint32_t MonCount() const { return m_monCount; }
@@ -77,7 +78,7 @@ private:
 
     std::mutex m_settingsLock;  // the bus type name and the filter
     std::string m_busTypeName;
-    bool m_linLines = false;
+    std::atomic<bool> m_linLines{false};
     Filter m_filter;
 
     std::atomic<bool> m_screenDisabled{false};
