@@ -141,14 +141,14 @@ void MonitorLink::PlayCanned() {
 void MonitorLink::PlayTraffic(uint64_t& produced, std::chrono::steady_clock::time_point start) {
     const uint32_t rate = m_params.U32("TrafficRate");
     const uint32_t perNotice = std::max<uint32_t>(1, m_params.U32("ItemsPerNotice"));
-    const bool lin = m_busName.find("LIN") != std::string::npos && m_busName.find("KLINE") == std::string::npos;
+    const MonitorBus bus = MonitorBusOf(m_busName);
     const auto elapsedUs = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count();
     const uint64_t due = rate == 0 ? produced : static_cast<uint64_t>(elapsedUs) * rate / 1000000;
     const uint32_t base = SimSystem::Instance().Stamp(start);
     while (produced < due) {
         std::vector<MonitorItemContent> batch;
         for (uint32_t i = 0; i < perNotice && produced < due; ++i, ++produced)
-            batch.push_back(BackgroundItem(produced, base + static_cast<uint32_t>(produced * 1000000 / rate), lin));
+            batch.push_back(BackgroundItem(produced, base + static_cast<uint32_t>(produced * 1000000 / rate), bus));
         // Counted before the host can see them, so the host never counts more than this.
         m_params.Store("GeneratedItems", m_params.U32("GeneratedItems") + static_cast<uint32_t>(batch.size()));
         Push(std::move(batch));

@@ -90,11 +90,22 @@ MonitorItemContent BaudItem(uint32_t baud, bool fd, uint32_t timestamp) {
                   static_cast<uint8_t>(baud >> 24), static_cast<uint8_t>(fd ? 1 : 0)});
 }
 
-MonitorItemContent BackgroundItem(uint64_t n, uint32_t timestamp, bool linBus) {
+MonitorBus MonitorBusOf(const std::string& busName) {
+    if (busName.find("UART") != std::string::npos || busName.find("KLINE") != std::string::npos) return MonitorBus::KLine;
+    if (busName.find("LIN") != std::string::npos) return MonitorBus::Lin;
+    return MonitorBus::Can;
+}
+
+MonitorItemContent BackgroundItem(uint64_t n, uint32_t timestamp, MonitorBus bus) {
     const auto counter = static_cast<uint8_t>(n);
-    if (linBus) {
-        MonitorItemContent item = Frame(n % 2 ? KD_IT_LIN_TX : KD_IT_LIN_RX, timestamp, 0x10 + n % 4,
-                                        LinRecord({counter, 0x40, static_cast<uint8_t>(n >> 8)}));
+    if (bus == MonitorBus::Lin)
+        return Frame(n % 2 ? KD_IT_LIN_TX : KD_IT_LIN_RX, timestamp, 0x10 + n % 4,
+                     LinRecord({counter, 0x40, static_cast<uint8_t>(n >> 8)}));
+    if (bus == MonitorBus::KLine) {
+        // A tester's KWP request for the engine speed and the ECU's answer; bytes carry no id.
+        MonitorItemContent item = n % 2 ? Frame(KD_IT_KLINE_RX, timestamp, 0, {0x84, 0xf1, 0x10, 0x61, 0x0c, 0x1a, counter, 0x00})
+                                        : Frame(KD_IT_KLINE_TX, timestamp, 0, {0x82, 0x10, 0xf1, 0x21, 0x0c, 0xb0});
+        item.hasId = false;
         return item;
     }
     // One period of a vehicle's bus: engine, body, a gateway's extended id, and FD frames.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "MonitorItem.h"
@@ -18,8 +19,11 @@ std::vector<CannedEntry> CannedSequence();
 // Where the virtual clock stands after the sequence.
 constexpr uint32_t kCannedEnd = 1004800;
 
+enum class MonitorBus { Can, KLine, Lin };
+// By the bus type's short name: UART buses are K-Line.
+MonitorBus MonitorBusOf(const std::string& busName);
 // The n-th item of a bus's background traffic at the given time.
-MonitorItemContent BackgroundItem(uint64_t n, uint32_t timestamp, bool linBus);
+MonitorItemContent BackgroundItem(uint64_t n, uint32_t timestamp, MonitorBus bus);
 // The baud item that follows ApplyParams.
 MonitorItemContent BaudItem(uint32_t baud, bool fd, uint32_t timestamp);
 
