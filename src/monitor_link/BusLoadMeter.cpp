@@ -2,6 +2,8 @@
 
 namespace {
 
+struct StuffTable;
+
 // Counts the stuff bits that bit stream needs: after five equal bits the controller inserts one
 // of the other level. `run` is positive for a run of recessive bits, negative for dominant ones.
 class StuffCounter {
@@ -31,7 +33,7 @@ public:
             Bit(((value >> bit) & 1u) != 0);
     }
     // A whole byte by the table, with the same result as its eight bits.
-    void Byte(uint8_t byte);
+    inline void Byte(const StuffTable& table, uint8_t byte);
     uint8_t Count() const { return m_count; }
     int Run() const { return m_run; }
 
@@ -103,9 +105,9 @@ const StuffTable& Stuffs()
     return table;
 }
 
-void StuffCounter::Byte(uint8_t byte)
+inline void StuffCounter::Byte(const StuffTable& table, uint8_t byte)
 {
-    const StuffTable::Entry& entry = Stuffs().entries[m_run + 4][byte];
+    const StuffTable::Entry& entry = table.entries[m_run + 4][byte];
     m_run = entry.run;
     m_count = static_cast<uint8_t>(m_count + entry.stuffed);
 }
@@ -139,16 +141,17 @@ uint16_t BusLoadMeter::Crc(uint32_t id, const uint8_t* data, uint32_t length)
 
 uint8_t BusLoadMeter::StuffBits(uint32_t id, const uint8_t* data, uint32_t length)
 {
+    const StuffTable& table = Stuffs();
     StuffCounter counter;
     counter.Bits((id >> 8) & 0x7, 3);
-    counter.Byte(static_cast<uint8_t>(id));
+    counter.Byte(table, static_cast<uint8_t>(id));
     counter.Bits(0, 3);  // RTR, IDE, r0
     counter.Bits(length & 0xf, 4);
     for (uint32_t i = 0; i < length; ++i)
-        counter.Byte(data[i]);
+        counter.Byte(table, data[i]);
     const uint16_t crc = Crc(id, data, length);
     counter.Bits(crc >> 8, 7);
-    counter.Byte(static_cast<uint8_t>(crc));
+    counter.Byte(table, static_cast<uint8_t>(crc));
     return counter.Count();
 }
 

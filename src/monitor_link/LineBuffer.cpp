@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <cstring>
 
+namespace {
+constexpr char kHexDigits[] = "0123456789abcdef";
+}
+
 void LineBuffer::Format(const char* format, ...)
 {
     va_list args;
@@ -61,7 +65,7 @@ void LineBuffer::Hex(uint32_t value, int width, bool blankZero)
     char digits[8];
     char* p = digits + sizeof digits;
     for (; value != 0; value >>= 4)
-        *--p = "0123456789abcdef"[value & 0xf];
+        *--p = kHexDigits[value & 0xf];
     if (p == digits + sizeof digits && !blankZero)
         *--p = '0';
     AddDigits(p, static_cast<size_t>(digits + sizeof digits - p), width);
@@ -89,6 +93,36 @@ void LineBuffer::Milliseconds(uint32_t microseconds, char point)
     Add(static_cast<char>('0' + fraction / 100));
     Add(static_cast<char>('0' + fraction / 10 % 10));
     Add(static_cast<char>('0' + fraction % 10));
+}
+
+void LineBuffer::HexBytes(const uint8_t* bytes, uint32_t count)
+{
+    if (count == 0)
+        return;
+    if (Room() < 3 * size_t{count} - 1) {  // seldom: the line is nearly full
+        for (uint32_t i = 0; i < count; ++i) {
+            if (i > 0)
+                Add(' ');
+            Add(kHexDigits[bytes[i] >> 4]);
+            Add(kHexDigits[bytes[i] & 0xf]);
+        }
+        return;
+    }
+    char* out = m_text + m_used;
+    for (uint32_t i = 0; i < count; ++i) {
+        if (i > 0)
+            *out++ = ' ';
+        *out++ = kHexDigits[bytes[i] >> 4];
+        *out++ = kHexDigits[bytes[i] & 0xf];
+    }
+    *out = '\0';
+    m_used = static_cast<size_t>(out - m_text);
+}
+
+void LineBuffer::AsciiBytes(const uint8_t* bytes, uint32_t count, uint32_t width)
+{
+    for (uint32_t i = 0; i < std::max(count, width); ++i)
+        Add(i >= count ? ' ' : bytes[i] >= 0x20 && bytes[i] <= 0x7e ? static_cast<char>(bytes[i]) : '.');
 }
 
 void LineBuffer::DropLastBlank()

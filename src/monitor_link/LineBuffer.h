@@ -30,6 +30,11 @@ public:
     void Long(long value, int width);
     // "%.3f" of microseconds / 1000.0, with `point` as the decimal mark.
     void Milliseconds(uint32_t microseconds, char point);
+    // "xx xx xx": two lower-case digits a byte, one blank between.
+    void HexBytes(const uint8_t* bytes, uint32_t count);
+    // `width` places from the left, a byte from 0x20 to 0x7e as itself, any other as ".",
+    // blanks behind.
+    void AsciiBytes(const uint8_t* bytes, uint32_t count, uint32_t width);
     void DropLastBlank();
 
 private:

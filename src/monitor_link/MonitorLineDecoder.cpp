@@ -100,30 +100,6 @@ void LineErrorText(uint32_t code, char (&text)[50])
         std::strcat(text, "OVERRUN ERROR ");
 }
 
-constexpr char kHex[] = "0123456789abcdef";
-
-// "xx xx xx" of up to eight bytes.
-void HexText(const uint8_t* bytes, uint32_t count, char (&text)[25])
-{
-    char* out = text;
-    for (uint32_t i = 0; i < count; ++i) {
-        if (i > 0)
-            *out++ = ' ';
-        *out++ = kHex[bytes[i] >> 4];
-        *out++ = kHex[bytes[i] & 0xf];
-    }
-    *out = '\0';
-}
-
-// Eight places, filled from the left; what isn't printable shows as ".".
-void AsciiText(const uint8_t* bytes, uint32_t count, char (&text)[9])
-{
-    std::memset(text, ' ', 8);
-    text[8] = '\0';
-    for (uint32_t i = 0; i < count; ++i)
-        text[i] = bytes[i] >= 0x20 && bytes[i] <= 0x7e ? static_cast<char>(bytes[i]) : '.';
-}
-
 uint32_t ParamU32(KdMonitorLink& link, const char* name)
 {
     try {
@@ -389,8 +365,7 @@ void MonitorLineDecoder::FormatLinFrame(KdMonitorItem& item, char letter, uint32
     // The record may claim more bytes than it holds: only those it holds are shown.
     for (uint32_t i = 0; i < length && record.Has(37 + 6 * i); ++i) {
         const uint8_t byte = record.At(37 + 6 * i);
-        line.Add(kHex[byte >> 4]);
-        line.Add(kHex[byte & 0xf]);
+        line.HexBytes(&byte, 1);
         line.Add(' ');
     }
     if (length != 0) {
@@ -471,15 +446,11 @@ void MonitorLineDecoder::FormatCanFrame(KdMonitorItem& item, char letter, uint32
     for (uint32_t row = 0; row < rows; ++row) {
         const uint8_t* rowBytes = bytes.data + row * 8;
         const uint32_t count = row + 1 < rows ? 8 : ((bytes.size - 1) & 7) + 1;
-        char hex[25];
-        HexText(rowBytes, count, hex);
         if (row > 0)
             line.Add(" | | | |");
-        line.Add(hex);
-        char ascii[9];
-        AsciiText(rowBytes, count, ascii);
+        line.HexBytes(rowBytes, count);
         line.Add('|');
-        line.Add(ascii);
+        line.AsciiBytes(rowBytes, count, 8);
         // A frame longer than the line ends with the last whole row that fits.
         if (row + 1 == rows || line.Used() + 2 * kRowText >= LineBuffer::SIZE)
             break;
