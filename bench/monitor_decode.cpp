@@ -252,7 +252,7 @@ void BM_EndToEnd(benchmark::State& state)
     int64_t deepestBacklog = 0;
     const auto backlogNow = [&] { return static_cast<int64_t>(generated()) - bench.decoder.MonCount(); };
     for (auto _ : state) {
-        for (uint32_t rate = 50000; rate <= 6400000; rate *= 2) {
+        for (uint32_t rate = 50000; rate <= 6400000; rate = rate * 3 / 2) {
             const uint32_t g0 = generated(), d0 = bench.decoder.MonCount();
             const auto start = std::chrono::steady_clock::now();
             link->SetU32(rate, "TrafficRate");
