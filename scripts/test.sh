@@ -22,4 +22,4 @@ scripts/check-package.sh build/default
 [ "${1:-}" = "--quick" ] && exit 0
 run_preset asan
 # ThreadSanitizer on the programs whose code runs threads.
-run_preset tsan -R '^(platform|sim|sim_vehicle|app|headless|controls|logical_link)$'
+run_preset tsan -R '^(platform|sim|sim_vehicle|app|headless|controls|logical_link|monitor_link)$'

@@ -843,6 +843,7 @@ uint32_t ComLogicalLink::RequestWire(const std::map<uint32_t, ParamValue>& param
                 if (frames != nullptr) {
                     frame->start = start;
                     frame->end = start + microseconds(duration);
+                    frame->fromTester = true;
                     frames->push_back(std::move(*frame));
                 }
                 return duration;
@@ -901,7 +902,7 @@ uint32_t ComLogicalLink::IsoTpWire(const std::map<uint32_t, ParamValue>& params,
         for (const IsoTpFrame& frame : transfer.frames) {
             const SteadyTime begin = start + microseconds(frame.startUs);
             frames->push_back({(frame.fromSender ? senderId : receiverId) & kCanIdMask, channel.extendedId, frame.data,
-                               begin, begin + microseconds(frameUs)});
+                               begin, begin + microseconds(frameUs), frame.fromSender == fromTester});
         }
     }
     return transfer.durationUs;

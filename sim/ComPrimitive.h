@@ -36,6 +36,7 @@ struct BusFrame {
     std::vector<uint8_t> data;
     SteadyTime start{};
     SteadyTime end{};
+    bool fromTester = false;
 };
 
 struct ComPrimitive {

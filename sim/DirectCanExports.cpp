@@ -64,6 +64,7 @@ void Answer(ComLogicalLink& link, const SeCanMessage& sent, std::vector<BusFrame
     SteadyTime at = std::chrono::steady_clock::now();
     if (frames != nullptr) {
         Publish(link, *frames, sent.canId, IsExtended(sent), sent.data, std::min<UNUM8>(sent.dlc, 8), at);
+        frames->back().fromTester = true;
         at = frames->back().end;
     }
     for (const VehicleResponse& response : SimSystem::Instance().TheVehicle().Request(request)) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
 
 namespace pdusim {
 namespace {
@@ -35,10 +36,11 @@ void FaultInjection::ParseEntry(const std::string& entry) {
     if (colon == std::string::npos) return;
     const std::string kind = Trim(entry.substr(0, colon));
     const std::string value = Trim(entry.substr(colon + 1));
-    if (kind == "fail") {
+    if (kind == "fail" || kind == "throw") {
         const auto equals = value.find('=');
         if (equals == std::string::npos) return;
-        m_failures[Trim(value.substr(0, equals))] = Number(Trim(value.substr(equals + 1)));
+        auto& table = kind == "fail" ? m_failures : m_throws;
+        table[Trim(value.substr(0, equals))] = Number(Trim(value.substr(equals + 1)));
     } else if (kind == "missing") {
         std::stringstream list(value);
         std::string number;
@@ -49,6 +51,13 @@ void FaultInjection::ParseEntry(const std::string& entry) {
         if (!value.empty() && *end == '\0' && value[0] != '-' && factor <= UINT32_MAX)
             m_slowFactor = static_cast<uint32_t>(factor);
     }
+}
+
+std::optional<uint32_t> FaultInjection::ThrowOf(const char* method) const {
+    if (m_throws.empty()) return std::nullopt;  // the path of every item call: keep it cheap
+    const auto it = m_throws.find(std::string_view(method));
+    if (it == m_throws.end()) return std::nullopt;
+    return it->second;
 }
 
 std::optional<uint32_t> FaultInjection::FailureOf(const std::string& function) const {

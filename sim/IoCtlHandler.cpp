@@ -7,6 +7,7 @@
 
 #include "ItemFactory.h"
 #include "ItemStore.h"
+#include "MonitorService.h"
 #include "SimSystem.h"
 #include "pdu/MorvaneExtensions.h"
 
@@ -157,6 +158,27 @@ T_PDU_ERROR ProxyComParams(IoCtlCall& call) {
     return Answer(call, item);
 }
 
+// The address of the monitor service object, in the first eight bytes of a byte array.
+T_PDU_ERROR MonitorService(IoCtlCall& call) {
+    if (const T_PDU_ERROR e = NeedModule(call)) return e;
+    const auto address = reinterpret_cast<uintptr_t>(static_cast<KdMonitorService*>(&MonitorService::Instance()));
+    uint8_t bytes[8] = {};
+    std::memcpy(bytes, &address, sizeof address);
+    BlockLayout layout;
+    const size_t head = layout.Add(sizeof(PDU_DATA_ITEM));
+    const size_t body = layout.Add(sizeof(PDU_IO_BYTEARRAY_DATA));
+    const size_t data = layout.Add(sizeof bytes, 1);
+    void* block = ItemStore::Allocate(layout.Size());
+    if (block == nullptr) return PDU_ERR_FCT_FAILED;
+    auto* array = At<PDU_IO_BYTEARRAY_DATA>(block, body);
+    array->DataSize = sizeof bytes;
+    array->pData = At<UNUM8>(block, data);
+    std::memcpy(array->pData, bytes, sizeof bytes);
+    auto* item = At<PDU_DATA_ITEM>(block, head);
+    *item = {PDU_IT_IO_BYTEARRAY, array};
+    return Answer(call, item);
+}
+
 T_PDU_ERROR PlugModule(IoCtlCall& call, bool plugged) {
     if (!InputIs(call, PDU_IT_IO_UNUM32)) return PDU_ERR_INVALID_PARAMETERS;
     return call.system.Plug(*static_cast<const uint32_t*>(call.input->pData), plugged);
@@ -188,6 +210,7 @@ const std::map<std::string, Handler>& Handlers() {
         {"PDU_IOCTL_SET_BROKER_ADDR", [](IoCtlCall& c) { return TextOption(c, PDU_IT_IO_BROKER_ADDR); }},
         {"PDU_IOCTL_SERVICE_ORIENTED_DIAG_CFG", SodConfig},
         {"PDU_IOCTL_GET_PROXY_COM_PARAMS", ProxyComParams},
+        {"PDU_IOCTL_MRVNE_GET_MONITOR_SERVICE", MonitorService},
         {"PDU_IOCTL_MRVNE_SIM_PLUG_MODULE", [](IoCtlCall& c) { return PlugModule(c, true); }},
         {"PDU_IOCTL_MRVNE_SIM_UNPLUG_MODULE", [](IoCtlCall& c) { return PlugModule(c, false); }},
     };

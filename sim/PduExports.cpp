@@ -6,6 +6,7 @@
 #include "IoCtlHandler.h"
 #include "ItemFactory.h"
 #include "ItemStore.h"
+#include "MonitorService.h"
 #include "SimSystem.h"
 #include "pdu/PduFunctions.h"
 
@@ -134,7 +135,12 @@ T_PDU_ERROR PDU_CALL PDUConstruct(CHAR8* OptionStr, void* pAPITag) {
 T_PDU_ERROR PDU_CALL PDUDestruct(void) {
     auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUDestruct")) return e;
-    return Sys().Destruct(lock);
+    const T_PDU_ERROR result = Sys().Destruct(lock);
+    // The monitor links end their threads, which may be in the host's callback: not under the lock.
+    const std::vector<MonitorLink*> links = MonitorService::Instance().TakeAll();
+    lock.unlock();
+    for (MonitorLink* link : links) link->Release();
+    return result;
 }
 
 T_PDU_ERROR PDU_CALL PDUModuleConnect(UNUM32 hMod) {

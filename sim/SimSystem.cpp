@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "ItemFactory.h"
+#include "MonitorService.h"
 
 namespace pdusim {
 namespace {
@@ -233,6 +234,7 @@ uint32_t SimSystem::Stamp(SteadyTime time) const {
 }
 
 bool SimSystem::CanBusWatched(const ComLogicalLink& origin) const {
+    if (MonitorService::Instance().Watching(origin.Module().handle)) return true;
     for (const auto& [handle, link] : m_links)
         if (link.get() != &origin && link->IsMonitor() && link->State() != PDU_CLLST_OFFLINE && link->SharesCanBus(origin))
             return true;
@@ -240,8 +242,24 @@ bool SimSystem::CanBusWatched(const ComLogicalLink& origin) const {
 }
 
 void SimSystem::OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) {
+    MirrorToMonitor(origin.Module().handle, frames);
     for (auto& [handle, link] : m_links)
         if (link.get() != &origin && link->IsMonitor() && link->SharesCanBus(origin)) link->HearBusFrames(frames);
+}
+
+// The monitor service sees every frame of the module's links as transmitted or received.
+void SimSystem::MirrorToMonitor(uint32_t hMod, const std::vector<BusFrame>& frames) {
+    std::vector<MonitorItemContent> items;
+    for (const BusFrame& frame : frames) {
+        MonitorItemContent item;
+        item.type = frame.fromTester ? KD_IT_CAN_TX : KD_IT_CAN_RX;
+        item.timestamp = Stamp(frame.end);
+        item.id = frame.id;
+        item.extended = frame.extended;
+        item.data = frame.data;
+        items.push_back(std::move(item));
+    }
+    MonitorService::Instance().Mirror(hMod, items);
 }
 
 void SimSystem::PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) {

@@ -32,6 +32,7 @@ public:
     bool IsConstructed() const { return m_constructed; }
     // Failure code injected for this function, PDU_STATUS_NOERROR when none.
     T_PDU_ERROR InjectedFailure(const char* function) const;
+    std::optional<uint32_t> InjectedThrow(const char* method) const { return m_faults.ThrowOf(method); }
 
     T_PDU_ERROR Construct(void* apiTag);
     T_PDU_ERROR Destruct(std::unique_lock<std::mutex>& lock);
@@ -76,6 +77,7 @@ public:
     bool CanBusWatched(const ComLogicalLink& origin) const override;
     void OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) override;
     void PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) override;
+    void MirrorToMonitor(uint32_t hMod, const std::vector<BusFrame>& frames);
     void ResetTimestamps() { m_timeBase = std::chrono::steady_clock::now(); }
     uint32_t Now() const { return Stamp(std::chrono::steady_clock::now()); }
 

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "pdu/KdMonitorService.h"
 #include "pdu/MorvaneExtensions.h"
 
 struct SimApi {
@@ -40,6 +41,18 @@ struct SimApi {
         UNUM32 id = PDU_ID_UNDEF;
         EXPECT_EQ(PDUGetObjectId(PDU_OBJT_IO_CTRL, const_cast<char*>(name), &id), PDU_STATUS_NOERROR) << name;
         return id;
+    }
+    // The monitor service as the module hands it out: its address in an 8-byte array.
+    KdMonitorService* MonitorService(UNUM32 hMod) {
+        PDU_DATA_ITEM* out = nullptr;
+        const UNUM32 id = IoCtlId(PDU_IOCTL_MRVNE_GET_MONITOR_SERVICE);
+        if (PDUIoCtl(hMod, PDU_HANDLE_UNDEF, id, nullptr, &out) != PDU_STATUS_NOERROR || out == nullptr) return nullptr;
+        KdMonitorService* service = nullptr;
+        const auto* array = static_cast<PDU_IO_BYTEARRAY_DATA*>(out->pData);
+        if (out->ItemType == PDU_IT_IO_BYTEARRAY && array != nullptr && array->DataSize >= 8)
+            std::memcpy(&service, array->pData, sizeof service);
+        PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(out));
+        return service;
     }
     UNUM32 ComParamId(const char* name) {
         UNUM32 id = PDU_ID_UNDEF;
