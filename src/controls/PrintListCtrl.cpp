@@ -38,6 +38,18 @@ void PrintListCtrl::PrintText(int col, const char* text) {
     m_dirty = true;
 }
 
+void PrintListCtrl::PrintCells(const CellWrite* writes, size_t count) {
+    std::lock_guard lock(m_ringMutex);
+    for (size_t i = 0; i < count; ++i) {
+        const auto [col, text] = writes[i];
+        if (col < 0 || static_cast<uint32_t>(col) >= COLUMNS)
+            continue;
+        Append(static_cast<uint32_t>(col), text, text ? strnlen(text, MAX_WRITE) : 0, false);
+        m_rowColours[m_currentRow] = m_currentColour;
+    }
+    m_dirty = true;
+}
+
 void PrintListCtrl::PrintBatch(int col, std::string_view text) {
     std::lock_guard lock(m_ringMutex);
     if (col >= 0 && static_cast<uint32_t>(col) < COLUMNS) {

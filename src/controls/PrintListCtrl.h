@@ -54,6 +54,13 @@ public:
     // Many lines at once, under one lock: a writer that formats a whole event before it shows
     // any of it. The text is taken as it is, without the cut at MAX_WRITE.
     void PrintBatch(int col, std::string_view text);
+    // Writes to several columns as that many PrintText calls would make them, under one lock:
+    // a line of a monitor trace goes into the ring in one step.
+    struct CellWrite {
+        int col;
+        const char* text;
+    };
+    void PrintCells(const CellWrite* writes, size_t count);
     void SetRowColour(uint32_t colour);
     void Clear();
     FlushResult Flush();

@@ -462,6 +462,17 @@ void MonitorLineDecoder::WriteLine(char* text)
 {
     // Split at runs of "|" as strtok does, without its hidden state: a piece that starts with
     // byte 1 ends the row.
+    // The pieces go to the ring together, a batch at a time, as the same writes one by one.
+    constexpr size_t kBatch = 64;
+    PrintListCtrl::CellWrite writes[kBatch];
+    size_t pending = 0;
+    const auto write = [&](int col, const char* piece) {
+        writes[pending++] = {col, piece};
+        if (pending == kBatch) {
+            m_list.PrintCells(writes, pending);
+            pending = 0;
+        }
+    };
     int col = 0;
     char* p = text;
     for (;;) {
@@ -474,14 +485,15 @@ void MonitorLineDecoder::WriteLine(char* text)
         if (end)
             *end = '\0';
         if (*p == '\x01') {
-            m_list.PrintText(5, "\n");
+            write(5, "\n");
             col = 0;
         } else {
-            m_list.PrintText(col++, p);
+            write(col++, p);
         }
         if (last)
             break;
         p = end + 1;
     }
-    m_list.PrintText(5, "\n");
+    write(5, "\n");
+    m_list.PrintCells(writes, pending);
 }
