@@ -1,5 +1,7 @@
 // Fault injection from the environment variable PDUSIM_FAULTS, read at PDUConstruct:
 //   fail:<function>=<code>   the named API function returns <code> (number, any base)
+//   fail:PDUIoCtl:<name>=<code>, fail:PDUGetObjectId:<name>=<code>
+//                            ... for that IOCTL or object short name only
 //   missing:<n>[,<m>...]     simulated module number n (from 1) is not plugged in at start
 //   slow:<factor>            ECU answers take <factor> times as long; 0: at once, on an ideal bus
 //   throw:<method>=<code>    the monitor service's method of that name throws KdException <code>

@@ -115,11 +115,8 @@ T_PDU_ERROR BusTrace(IoCtlCall& call) {
 
 T_PDU_ERROR WlanSignal(IoCtlCall& call) {
     if (const T_PDU_ERROR e = NeedModule(call)) return e;
-    PDU_IO_WLAN_SIGNAL_DATA data{};
-    if (call.module->vendorAdditionalInfo.find("WLAN") == std::string::npos)
-        return Answer(call, ItemFactory::Data(PDU_IT_IO_WLAN_SIGNAL_DATA, &data, sizeof(data)));  // no connection
-    data = {2, 0x3FF, 36, 5180, 80, 17.5f, 433, -54, 38, -92, 87, {}};
-    std::memcpy(data.Ssid, "MRVNE-WORKSHOP", 14);
+    PDU_IO_WLAN_SIGNAL_DATA data{};  // without WLAN: no connection, nothing valid
+    if (call.module->vendorAdditionalInfo.find("WLAN") != std::string::npos) data = call.system.WlanAnswer();
     return Answer(call, ItemFactory::Data(PDU_IT_IO_WLAN_SIGNAL_DATA, &data, sizeof(data)));
 }
 

@@ -180,7 +180,16 @@ T_PDU_ERROR PDU_CALL PDUIoCtl(UNUM32 hMod, UNUM32 hCLL, UNUM32 IoCtlCommandId, P
                               PDU_DATA_ITEM** pOutputData) {
     auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUIoCtl")) return e;
-    return HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
+    const MdfNamedId* ioCtl = Sys().Catalog().FindIoCtl(IoCtlCommandId);
+    if (ioCtl == nullptr) return HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
+    T_PDU_ERROR result = Sys().InjectedFailure("PDUIoCtl", ioCtl->name);
+    if (result != PDU_STATUS_NOERROR) {
+        if (pOutputData != nullptr) *pOutputData = nullptr;
+    } else {
+        result = HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
+    }
+    Sys().TheJournal().IoCtl(hMod, hCLL, ioCtl->name, pInputData, result);
+    return result;
 }
 
 T_PDU_ERROR PDU_CALL PDUGetVersion(UNUM32 hMod, PDU_VERSION_DATA* pVersionData) {
@@ -362,8 +371,10 @@ T_PDU_ERROR PDU_CALL PDUSetComParam(UNUM32 hMod, UNUM32 hCLL, PDU_PARAM_ITEM* pP
     if (const T_PDU_ERROR e = Enter("PDUSetComParam")) return e;
     if (pParamItem == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;
-    if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
-    return link->SetParam(*pParamItem);
+    T_PDU_ERROR result = FindConnectedLink(hMod, hCLL, link);
+    if (result == PDU_STATUS_NOERROR) result = link->SetParam(*pParamItem);
+    Sys().TheJournal().SetComParam(Sys().Catalog(), hMod, hCLL, *pParamItem, result);
+    return result;
 }
 
 T_PDU_ERROR PDU_CALL PDUStartComPrimitive(UNUM32 hMod, UNUM32 hCLL, T_PDU_COPT CoPType, UNUM32 CoPDataSize,
@@ -430,6 +441,7 @@ T_PDU_ERROR PDU_CALL PDUGetObjectId(T_PDU_OBJT pduObjectType, CHAR8* pShortname,
     if (const T_PDU_ERROR e = Enter("PDUGetObjectId")) return e;
     if (pShortname == nullptr || pPduObjectId == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     *pPduObjectId = PDU_ID_UNDEF;
+    if (const T_PDU_ERROR e = Sys().InjectedFailure("PDUGetObjectId", pShortname)) return e;
     return Sys().Catalog().ObjectId(pduObjectType, pShortname, *pPduObjectId) ? PDU_STATUS_NOERROR
                                                                              : PDU_ERR_INVALID_PARAMETERS;
 }
@@ -507,8 +519,10 @@ T_PDU_ERROR PDU_CALL PDUSetUniqueRespIdTable(UNUM32 hMod, UNUM32 hCLL, PDU_UNIQU
     if (const T_PDU_ERROR e = Enter("PDUSetUniqueRespIdTable")) return e;
     if (pUniqueRespIdTable == nullptr) return PDU_ERR_INVALID_PARAMETERS;
     ComLogicalLink* link = nullptr;
-    if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
-    return link->SetUridTable(*pUniqueRespIdTable);
+    T_PDU_ERROR result = FindConnectedLink(hMod, hCLL, link);
+    if (result == PDU_STATUS_NOERROR) result = link->SetUridTable(*pUniqueRespIdTable);
+    Sys().TheJournal().SetUridTable(Sys().Catalog(), hMod, hCLL, *pUniqueRespIdTable, result);
+    return result;
 }
 
 }  // extern "C"

@@ -6,6 +6,7 @@
 
 #include "ItemFactory.h"
 #include "MonitorService.h"
+#include "WlanSettings.h"
 
 namespace pdusim {
 namespace {
@@ -52,6 +53,10 @@ T_PDU_ERROR SimSystem::InjectedFailure(const char* function) const {
     return m_faults.FailureOf(function).value_or(PDU_STATUS_NOERROR);
 }
 
+T_PDU_ERROR SimSystem::InjectedFailure(const char* function, const std::string& name) const {
+    return m_faults.FailureOf(std::string(function) + ":" + name).value_or(PDU_STATUS_NOERROR);
+}
+
 bool SimSystem::LoadCatalog(std::string& error) {
     m_catalog = MdfCatalog{};
     return m_catalog.Load(MdfPath(), error);
@@ -60,6 +65,8 @@ bool SimSystem::LoadCatalog(std::string& error) {
 T_PDU_ERROR SimSystem::Construct(void* apiTag) {
     if (m_constructed) return PDU_ERR_SHARING_VIOLATION;
     m_faults = FaultInjection::FromEnvironment();
+    m_journal.OpenFromEnvironment();
+    m_wlan = WlanSettings::FromEnvironment();
     if (const auto failure = m_faults.FailureOf("PDUConstruct")) return *failure;
     std::string error;
     if (!LoadCatalog(error)) return PDU_ERR_FCT_FAILED;

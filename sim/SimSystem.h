@@ -15,6 +15,7 @@
 #include "CallbackDispatcher.h"
 #include "ComLogicalLink.h"
 #include "FaultInjection.h"
+#include "Journal.h"
 #include "LinkContext.h"
 #include "MdfCatalog.h"
 #include "SimModule.h"
@@ -33,6 +34,10 @@ public:
     // Failure code injected for this function, PDU_STATUS_NOERROR when none.
     T_PDU_ERROR InjectedFailure(const char* function) const;
     std::optional<uint32_t> InjectedThrow(const char* method) const { return m_faults.ThrowOf(method); }
+    // ... of one IOCTL or one object name: "PDUIoCtl:<short name>", "PDUGetObjectId:<short name>".
+    T_PDU_ERROR InjectedFailure(const char* function, const std::string& name) const;
+    Journal& TheJournal() { return m_journal; }
+    const PDU_IO_WLAN_SIGNAL_DATA& WlanAnswer() const { return m_wlan; }
 
     T_PDU_ERROR Construct(void* apiTag);
     T_PDU_ERROR Destruct(std::unique_lock<std::mutex>& lock);
@@ -94,6 +99,8 @@ private:
     bool m_stopScheduler = false;
     void* m_apiTag = nullptr;
     FaultInjection m_faults;
+    Journal m_journal;
+    PDU_IO_WLAN_SIGNAL_DATA m_wlan{};
     MdfCatalog m_catalog;
     std::unique_ptr<Vehicle> m_vehicle;
     std::vector<std::unique_ptr<SimModule>> m_modules;
