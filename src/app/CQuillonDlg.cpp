@@ -191,6 +191,7 @@ void CQuillonDlg::OnTimer(unsigned id)
     m_LogList.Flush();
     // Link dialogs closed since the last tick go now, outside the handlers that closed them.
     m_ClosedLinks.clear();
+    m_ClosedServiceDialogs.clear();
 }
 
 void CQuillonDlg::OnBnClickedClearLog()

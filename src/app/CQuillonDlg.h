@@ -17,6 +17,8 @@
 #include "logical_link/LinkHost.h"
 #include "service_dialogs/BusTraceRequest.h"
 #include "service_dialogs/CBusMonitoringDlg.h"
+#include "service_dialogs/ServiceDialog.h"
+#include "service_dialogs/ServiceDialogHost.h"
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
 #include "controls/CComboBoxInfoExt.h"
@@ -54,7 +56,7 @@ struct StartupOptions {
     std::optional<std::string> executableDirectory;  // tests: where the program "lies"
 };
 
-class CQuillonDlg : public Dialog, public LinkHost {
+class CQuillonDlg : public Dialog, public LinkHost, public ServiceDialogHost {
 public:
     static constexpr unsigned kLogTimerId = 669;
     static constexpr unsigned kLogTimerPeriodMs = 50;
@@ -131,10 +133,16 @@ public:
     // Monitor links and service dialogs of later work.
     void OnBnClickedOpenMoLi() {}
     void OnBnClickedDoIpIoCtl() {}
-    void OnBnClickedVciWlanStat() {}
-    void OnBnClickedSetTracePath() {}
-    void OnBnClickedSodConf() {}
-    void OnBnClickedBroker() {}
+    void OnBnClickedVciWlanStat();
+    void OnBnClickedSetTracePath();
+    void OnBnClickedSodConf();
+    void OnBnClickedBroker();
+
+    // What the service dialogs need of the main dialog.
+    std::vector<std::string> ModuleNames() override;
+    int SelectedModuleIndex() override { return m_ModuleCombo.GetCurSel(); }
+    uint32_t GetModuleHandleByName(const std::string& name) override;
+    void OnServiceDialogClosed(Dialog& dialog) override;
 
     // Log writes from any thread, under PrintLock.
     void Log(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -151,7 +159,7 @@ public:
     // State a view or a test may read.
     bool IsTimerRunning() const { return m_nTimer != 0; }
     bool IsEventThreadRunning() const { return m_bEventThreadRunning.load() != 0; }
-    bool IsLibraryLoaded() const { return m_hPduApiDll != nullptr; }
+    bool IsLibraryLoaded() const override { return m_hPduApiDll != nullptr; }
     const std::string& IniPath() const { return m_IniPath; }
     const std::string& RootFilePath() const { return m_RootFilePath; }
     bool MonitorMode() const { return m_bMonitorMode; }
@@ -226,6 +234,7 @@ private:
     bool BeginSelectionHandler(controls::ComboBox& combo, std::string HistoryEntry::*field, std::string& text);
     void SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
     bool ResolveIoCtl(const char* name, uint32_t& id);
+    Dialog* OpenServiceDialog(std::shared_ptr<ServiceDialog> dialog);
     struct ModuleValueRead {
         const char* ioctl;
         const char* idFailure;
@@ -314,6 +323,10 @@ public:
 
     std::string m_Title;
     CBusMonitoringDlg m_BusMonitoringDlg;
+    // The modeless service dialogs this dialog made; a closed one is let go after the handler
+    // that closed it, as the link dialogs are.
+    std::vector<std::shared_ptr<ServiceDialog>> m_ServiceDialogs;
+    std::vector<std::shared_ptr<ServiceDialog>> m_ClosedServiceDialogs;
     // Bus trace requests go to the library, which may keep them: they stay until the dialog goes.
     std::vector<std::unique_ptr<BusTraceRequest>> m_BusTraceRequests;
 };
