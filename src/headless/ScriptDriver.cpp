@@ -8,6 +8,7 @@
 #include "controls/CheckBox.h"
 #include "controls/ComboBox.h"
 #include "controls/Edit.h"
+#include "controls/ListBox.h"
 #include "controls/PrintListCtrl.h"
 #include "controls/TreeCtrl.h"
 #include "ui/Dialog.h"
@@ -196,10 +197,20 @@ bool ScriptDriver::Reachable(const std::string& command, const controls::Control
 bool ScriptDriver::CmdSelect(const std::vector<std::string>& w)
 {
     if (w.size() < 3) return Fail("select: a control and an item are needed");
-    auto* combo = dynamic_cast<controls::ComboBox*>(FindNamed(Target(), w[1]));
-    if (!combo) return Fail("select: no combo box \"" + w[1] + "\"");
-    if (!Reachable("select", *combo, w[1])) return false;
+    controls::Control* control = FindNamed(Target(), w[1]);
     const std::string item = Join(w, 2);
+    if (auto* list = dynamic_cast<controls::ListBox*>(control)) {
+        if (!Reachable("select", *list, w[1])) return false;
+        const auto lines = list->Strings();
+        const auto at = std::find(lines.begin(), lines.end(), item);
+        const int index = at == lines.end() ? -1 : static_cast<int>(at - lines.begin());
+        if (index < 0) return Fail("select: \"" + w[1] + "\" has no line \"" + item + "\"");
+        list->UserSelect(index);
+        return true;
+    }
+    auto* combo = dynamic_cast<controls::ComboBox*>(control);
+    if (!combo) return Fail("select: no combo box or list box \"" + w[1] + "\"");
+    if (!Reachable("select", *combo, w[1])) return false;
     const auto items = combo->Items();
     for (size_t i = 0; i < items.size(); ++i) {
         if (items[i].text == item) {
@@ -346,6 +357,7 @@ std::string ValueOf(const controls::Control& c)
         return sel >= 0 ? combo->GetLBText(sel) : combo->GetWindowText();
     }
     if (auto* edit = dynamic_cast<const controls::Edit*>(&c)) return edit->GetWindowText();
+    if (auto* list = dynamic_cast<const controls::ListBox*>(&c)) return list->GetText(list->GetCurSel());
     if (auto* box = dynamic_cast<const controls::CheckBox*>(&c)) return std::to_string(box->GetCheck());
     return {};
 }
@@ -420,6 +432,13 @@ bool ScriptDriver::CmdPrint(const std::vector<std::string>& w)
         } else {
             const int sel = combo->GetCurSel();
             m_out << " " << (sel >= 0 ? combo->GetLBText(sel) : combo->GetWindowText()) << "\n";
+        }
+    } else if (auto* list = dynamic_cast<controls::ListBox*>(c)) {
+        if (items) {
+            m_out << "\n";
+            for (const std::string& line : list->Strings()) m_out << line << "\n";
+        } else {
+            m_out << " " << ValueOf(*c) << "\n";
         }
     } else if (auto* edit = dynamic_cast<controls::Edit*>(c)) {
         m_out << " " << edit->GetWindowText() << "\n";

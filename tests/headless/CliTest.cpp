@@ -3,10 +3,14 @@
 
 #include <cstdio>
 #include <regex>
+#include <sstream>
 
 #include "../support/LogTexts.h"
 #include "../support/TempDir.h"
+#include "controls/Edit.h"
+#include "controls/ListBox.h"
 #include "headless/ScriptDriver.h"
+#include "ui/Dialog.h"
 
 namespace {
 
@@ -144,4 +148,41 @@ TEST(ScriptDriver, SplitsWordsAndQuotes)
         {"box \"unterminated text", {"box", "unterminated text"}},
     };
     for (const auto& c : cases) EXPECT_EQ(ScriptDriver::SplitLine(c.line), c.words) << c.line;
+}
+
+namespace {
+
+// A window with a list box and an edit without a caption, as scripts meet them.
+class ListDialog : public Dialog {
+public:
+    explicit ListDialog(ui::Ui& ui) : Dialog(ui, 950, "Lists"), m_Lines(70, "Lines"), m_Bare(77, "")
+    {
+        AddControl(m_Lines);
+        AddControl(m_Bare);
+        m_Lines.AddString("alpha");
+        m_Lines.AddString("Alpha");
+        On(m_Lines, controls::Notification::SelChange, [this] { chosen.push_back(m_Lines.GetCurSel()); });
+    }
+    controls::ListBox m_Lines;
+    controls::Edit m_Bare;
+    std::vector<int> chosen;
+};
+
+}  // namespace
+
+TEST(ScriptDriver, SelectsListBoxLinesAndNamesControlsById)
+{
+    std::ostringstream out;
+    HeadlessUi ui(out);
+    ScriptDriver driver(ui, out);
+    ListDialog dialog(ui);
+    std::istringstream script("select Lines Alpha\nprint Lines\nprint Lines items\ntype 77 hello\nprint 77\n"
+                              "select Lines beta\n");
+    driver.SetScript(script);
+    EXPECT_EQ(driver.RunMain(dialog), 1);
+    // The exact line, not the first one that matches without case; the handler ran.
+    EXPECT_EQ(dialog.chosen, std::vector<int>{1});
+    EXPECT_EQ(dialog.m_Bare.GetWindowText(), "hello");
+    EXPECT_EQ(out.str(), "[Lines] Alpha\n[Lines]\nalpha\nAlpha\n[77] hello\n"
+                         "[fail] line 6: select: \"Lines\" has no line \"beta\"\n");
 }
