@@ -18,6 +18,10 @@
 #include "logical_link/LoLiDialogKeldaPDUAPI.h"
 #include "logical_link/MaskAndPatternDialog.h"
 #include "logical_link/TxFlagsDlg.h"
+#include "service_dialogs/SODConfDialog.h"
+#include "service_dialogs/SetBrokerDialog.h"
+#include "service_dialogs/SetTraceOptionsDialog.h"
+#include "service_dialogs/VCIWLANStatDialog.h"
 #include "qt/AboutView.h"
 #include "qt/ComParam_DialogView.h"
 #include "qt/IoCtlFilterDialogView.h"
@@ -26,6 +30,10 @@
 #include "qt/LoLiDialogView.h"
 #include "qt/MaskAndPatternDialogView.h"
 #include "qt/TxFlagsDlgView.h"
+#include "qt/SODConfDialogView.h"
+#include "qt/SetBrokerDialogView.h"
+#include "qt/SetTraceOptionsDialogView.h"
+#include "qt/VCIWLANStatDialogView.h"
 #include "qt/MainWindowView.h"
 #include "qt/QtUi.h"
 
@@ -45,6 +53,13 @@ void RegisterViews(QtUi& ui)
                     [](Dialog& d) { return new IoCtlFilterDialogView(static_cast<IoCtlFilterDialog&>(d)); });
     ui.RegisterView(IDD_URID_TABLE_DIALOG,
                     [](Dialog& d) { return new URID_Table_DialogView(static_cast<URID_Table_Dialog&>(d)); });
+    ui.RegisterView(VCIWLANStatDialog::IDD,
+                    [](Dialog& d) { return new VCIWLANStatDialogView(static_cast<VCIWLANStatDialog&>(d)); });
+    ui.RegisterView(SetTraceOptionsDialog::IDD,
+                    [](Dialog& d) { return new SetTraceOptionsDialogView(static_cast<SetTraceOptionsDialog&>(d)); });
+    ui.RegisterView(SODConfDialog::IDD, [](Dialog& d) { return new SODConfDialogView(static_cast<SODConfDialog&>(d)); });
+    ui.RegisterView(SetBrokerDialog::IDD,
+                    [](Dialog& d) { return new SetBrokerDialogView(static_cast<SetBrokerDialog&>(d)); });
 }
 
 int RunBench(int argc, char** argv, const std::function<void(QtUi&)>& started)

@@ -1,5 +1,6 @@
 #include "qt/ViewLayout.h"
 
+#include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -59,6 +60,21 @@ QHBoxLayout* Row(QBoxLayout* parent)
     auto* row = new QHBoxLayout;
     parent->addLayout(row);
     return row;
+}
+
+QHBoxLayout* Buttons(QBoxLayout* parent, std::initializer_list<controls::Control*> buttons, QWidget* owner)
+{
+    QHBoxLayout* row = Row(parent);
+    row->addStretch(1);
+    for (controls::Control* b : buttons) row->addWidget(W(*b, owner));
+    return row;
+}
+
+QWidget* FormRow(QFormLayout* form, controls::Control& c, QWidget* parent)
+{
+    QWidget* field = W(c, parent);
+    form->addRow(QString::fromStdString(c.Caption()), field);
+    return field;
 }
 
 }  // namespace ViewLayout

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <QWidget>
+#include <initializer_list>
 
 class QBoxLayout;
+class QFormLayout;
 class QGroupBox;
 class QHBoxLayout;
 class QVBoxLayout;
@@ -30,5 +32,11 @@ QWidget* Beside(controls::Control& c, QWidget* parent, QWidget** field = nullptr
 QGroupBox* Group(controls::Static& group, QWidget* parent, QBoxLayout** layout, bool vertical = false);
 
 QHBoxLayout* Row(QBoxLayout* parent);
+
+// A dialog's buttons in a row at the foot of `parent`, right-aligned.
+QHBoxLayout* Buttons(QBoxLayout* parent, std::initializer_list<controls::Control*> buttons, QWidget* owner);
+
+// A form row: the control's caption left of its widget; returns the widget.
+QWidget* FormRow(QFormLayout* form, controls::Control& c, QWidget* parent);
 
 }  // namespace ViewLayout

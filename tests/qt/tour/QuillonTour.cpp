@@ -10,7 +10,8 @@
 //   Screenshots go to OUTPUT_DIR as PNG files. With a step named, the tour presses Exit right
 //   after that step (to measure the exit in that state) and takes no screenshots. The tour also
 //   opens a link window and sends a request: the plain one, or with "monitor" (the bench started
-//   with -m1) the full one, with its Tx flags and expected-response dialogs.
+//   with -m1) the full one, with its Tx flags and expected-response dialogs; without "monitor" it
+//   then connects the module with WLAN and looks at its WLAN statistics.
 // Exit code 0 when every step and check held, 1 otherwise.
 #include <QApplication>
 #include <QCheckBox>
@@ -42,6 +43,7 @@
 #include "qt/ControlBinder.h"
 #include "qt/LogView.h"
 #include "qt/QtUi.h"
+#include "service_dialogs/VCIWLANStatDialog.h"
 
 namespace {
 
@@ -321,7 +323,37 @@ private:
         if (m_exitAfter != "monitor")
             OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
         LinkTour(m_exitAfter == "monitor");
+        if (m_exitAfter != "monitor") WlanTour();
         ExitNow();
+    }
+
+    // The WLAN statistics of the module that has WLAN, in their window over the main window.
+    void WlanTour()
+    {
+        Do("connect the module with WLAN", [this] {
+            auto* combo = Widget<QComboBox>(Main(), IDC_MODULE_COMBO);
+            const int index = combo->findText("BrontoMax Morvane AG BM-200417");
+            combo->setCurrentIndex(index);
+            emit combo->activated(index);
+            Widget<QPushButton>(Main(), IDC_MODULE_CONNECT)->click();
+        });
+        Then("it is connected", [this] { return LogHas("Module Short Name      : BrontoMax"); });
+        Do("open VCI WLAN Stat", [this] { Widget<QPushButton>(Main(), IDC_VCI_WLAN_STAT)->click(); });
+        Then("the WLAN statistics show", [this] { return ModalOf(VCIWLANStatDialog::IDD) != nullptr; });
+        Do("Get WLAN Stats", [this] {
+            Widget<QPushButton>(ModalOf(VCIWLANStatDialog::IDD), VCIWLANStatDialog::IDC_GET_WLAN_STATS)->click();
+        });
+        Then("the SSID shows", [this] {
+            return Widget<QLineEdit>(ModalOf(VCIWLANStatDialog::IDD), VCIWLANStatDialog::IDC_SSID)->text() ==
+                   "MRVNE-WORKSHOP";
+        });
+        Wait(300);
+        Do("look at the WLAN statistics", [this] {
+            CheckCentred(ModalOf(VCIWLANStatDialog::IDD), "wlan-stats");
+            Shot("wlan-stats");
+        });
+        Do("close the WLAN statistics", [this] { ModalOf(VCIWLANStatDialog::IDD)->close(); });
+        Then("they go", [this] { return ModalOf(VCIWLANStatDialog::IDD) == nullptr && !Dlg()->m_pWlanStatDlg; });
     }
 
     CLinkBaseDlg* Link() const { return Dlg() && !Dlg()->m_LinkDialogs.empty() ? Dlg()->m_LinkDialogs.back() : nullptr; }
