@@ -5,7 +5,7 @@
 
 #include "pdu/MorvaneExtensions.h"
 #include "pdu/PduApi.h"
-#include "service_dialogs/ProxyComParamTexts.h"
+#include "service_dialogs/ProxyComParamText.h"
 
 using controls::Notification;
 
@@ -36,7 +36,7 @@ SODConfDialog::SODConfDialog(ui::Ui& ui, ServiceDialogHost& host)
 
 bool SODConfDialog::OnInitDialog()
 {
-    const ProxyComParamTexts latest = ProxyComParamTexts::Latest();
+    const ProxyComParamText latest = ProxyComParamText::Latest();
     m_IpAddressEdit.SetWindowText(latest.address);
     m_TlsPortEdit.SetWindowText(latest.tlsPort);
     m_NonTlsPortEdit.SetWindowText(latest.port);

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "headless/HeadlessUi.h"
-#include "service_dialogs/ProxyComParamTexts.h"
+#include "service_dialogs/ProxyComParamText.h"
 #include "service_dialogs/SODConfDialog.h"
 
 namespace {
@@ -25,13 +25,13 @@ TEST(SODConfDialogTest, StartsFromTheLastProxyQueryAndWithoutALibrarySendsNothin
     std::ostringstream out;
     HeadlessUi ui(out);
     NoLibraryHost host;
-    ProxyComParamTexts::Store({"127.0.0.1", "13400", "3496"});
+    ProxyComParamText::Store({"127.0.0.1", "3496", "13400"});
     SODConfDialog dialog(ui, host);
     dialog.OnInitDialog();
     EXPECT_EQ(dialog.m_IpAddressEdit.GetWindowText(), "127.0.0.1");
     EXPECT_EQ(dialog.m_NonTlsPortEdit.GetWindowText(), "13400");
     EXPECT_EQ(dialog.m_TlsPortEdit.GetWindowText(), "3496");
-    ProxyComParamTexts::Store({});
+    ProxyComParamText::Store({});
     // As from a library that isn't constructed: the id can't be had, the window stays, no box.
     dialog.m_IpAddressEdit.SetWindowText("no address");
     dialog.m_SendIoCtlButton.Click();
