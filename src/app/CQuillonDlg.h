@@ -235,6 +235,7 @@ private:
     void SelectTyped(controls::ComboBox& combo, void (CQuillonDlg::*handler)());
     bool ResolveIoCtl(const char* name, uint32_t& id);
     Dialog* OpenServiceDialog(std::shared_ptr<ServiceDialog> dialog);
+    void OpenOnce(Dialog*& pointer, const char* alreadyOpen, const std::function<std::shared_ptr<ServiceDialog>()>& make);
     struct ModuleValueRead {
         const char* ioctl;
         const char* idFailure;

@@ -15,24 +15,28 @@ Dialog* CQuillonDlg::OpenServiceDialog(std::shared_ptr<ServiceDialog> dialog)
     return dialog.get();
 }
 
-void CQuillonDlg::OnBnClickedVciWlanStat()
+// One window at a time, and only once the API is constructed.
+void CQuillonDlg::OpenOnce(Dialog*& pointer, const char* alreadyOpen,
+                           const std::function<std::shared_ptr<ServiceDialog>()>& make)
 {
     if (!m_bPduConstructed) return;
-    if (m_pWlanStatDlg) {
-        m_ui.MessageBox("The VCI WLAN Statistics dialog is already open!", "", ui::MB_OK);
+    if (pointer) {
+        m_ui.MessageBox(alreadyOpen, "", ui::MB_OK);
         return;
     }
-    m_pWlanStatDlg = OpenServiceDialog(std::make_shared<VCIWLANStatDialog>(m_ui, *this));
+    pointer = OpenServiceDialog(make());
+}
+
+void CQuillonDlg::OnBnClickedVciWlanStat()
+{
+    OpenOnce(m_pWlanStatDlg, "The VCI WLAN Statistics dialog is already open!",
+             [this] { return std::make_shared<VCIWLANStatDialog>(m_ui, *this); });
 }
 
 void CQuillonDlg::OnBnClickedSetTracePath()
 {
-    if (!m_bPduConstructed) return;
-    if (m_pTraceOptionsDlg) {
-        m_ui.MessageBox("The set trace options dialog is already open!", "", ui::MB_OK);
-        return;
-    }
-    m_pTraceOptionsDlg = OpenServiceDialog(std::make_shared<SetTraceOptionsDialog>(m_ui, *this));
+    OpenOnce(m_pTraceOptionsDlg, "The set trace options dialog is already open!",
+             [this] { return std::make_shared<SetTraceOptionsDialog>(m_ui, *this); });
 }
 
 // SOD and Broker open a new window on every press; the pointer names the newest one.
