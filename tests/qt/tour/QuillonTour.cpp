@@ -38,6 +38,7 @@
 #include "editors/EditorResource.h"
 #include "editors/IoCtlFilterDialog.h"
 #include "logical_link/LinkResource.h"
+#include "monitor_link/MonitorResource.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
 #include "qt/LogView.h"
@@ -321,6 +322,7 @@ private:
         if (m_exitAfter != "monitor")
             OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
         LinkTour(m_exitAfter == "monitor");
+        if (m_exitAfter == "monitor") MonitorTour();
         ExitNow();
     }
 
@@ -377,6 +379,23 @@ private:
         Then("the link is offline", [this] { return LinkLogHas("PDU_CLLST_OFFLINE"); });
         Do("close the link window", [this] { ClickInLink(ui::IDOK); });
         Then("the link window goes", [this] { return Link() == nullptr; });
+    }
+
+    CMoLiDlg* Monitor() const { return Dlg() && !Dlg()->m_MonitorDialogs.empty() ? Dlg()->m_MonitorDialogs.back().get() : nullptr; }
+    QWidget* MonitorView() const { return Monitor() ? m_ui.ViewOf(*Monitor()) : nullptr; }
+
+    // The monitor window on the module's bus: a second of traffic, then closed.
+    void MonitorTour()
+    {
+        Do("open MoLi", [this] { Widget<QPushButton>(Main(), IDC_OPEN_MOLI)->click(); });
+        Then("the monitor window shows", [this] { return MonitorView() && MonitorView()->isVisible(); });
+        Do("open the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_OPEN)->click(); });
+        Then("rows come", [this] { return Monitor()->Decoder().MonCount() > 100; });
+        Wait(1200);
+        Do("look at the monitor window", [this] { Shot("monitor-window"); });
+        Do("close the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
+        Do("close the monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
+        Then("the monitor window goes", [this] { return Monitor() == nullptr; });
     }
 
     // One of the link window's modal dialogs: opened, looked at, left with Escape.
