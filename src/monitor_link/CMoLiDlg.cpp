@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include "editors/CParameterDialog.h"
+#include "editors/KdExceptionBox.h"
 #include "logical_link/LinkHost.h"
 #include "monitor_link/CFilterDlg.h"
 #include "monitor_link/MonitorResource.h"
@@ -244,12 +246,7 @@ void CMoLiDlg::StopReceiveThread()
 
 // ---------------------------------------------------------------- open and close
 
-void CMoLiDlg::ShowException(const KdException& e)
-{
-    char text[512];
-    std::snprintf(text, sizeof text, "Exception %d\n%s\n%s", static_cast<int>(e.GetCode()), e.GetText(), e.GetWhere());
-    m_ui.MessageBox(text, "Error", ui::MB_OK);
-}
+void CMoLiDlg::ShowException(const KdException& e) { ShowKdException(m_ui, e); }
 
 void CMoLiDlg::OnBnClickedOpen()
 {
@@ -421,8 +418,10 @@ void CMoLiDlg::OnBnClickedFilterOff() { m_decoder.SetFilter(MonitorLineDecoder::
 
 void CMoLiDlg::OnBnClickedMlParam()
 {
-    // The parameter editor of the link's set comes with the parameter sets; until then the
-    // button applies the set as it stands.
+    CParameterDialog editor(m_ui);
+    // A window that let go of its link edits no set.
+    editor.SetParams(m_pMoLi);
+    m_ui.RunModal(editor);
     if (!m_bLinkOpen || !m_pMoLi) return;
     try {
         m_pMoLi->ApplyParams();
