@@ -2,7 +2,9 @@
 
 #include <QAbstractItemView>
 #include <QCheckBox>
+#include <QListWidget>
 #include <QRadioButton>
+#include <QSignalBlocker>
 #include <QComboBox>
 #include <QFocusEvent>
 #include <QGroupBox>
@@ -26,6 +28,7 @@
 #include "controls/CCheckComboBox.h"
 #include "controls/CToolTipComboBox.h"
 #include "controls/CheckBox.h"
+#include "controls/ListBox.h"
 #include "controls/RadioButton.h"
 #include "controls/ComboBox.h"
 #include "controls/Edit.h"
@@ -226,6 +229,28 @@ QWidget* BindRadio(controls::RadioButton& radio, QWidget* parent)
     return w;
 }
 
+QWidget* BindListBox(controls::ListBox& list, QWidget* parent)
+{
+    auto* w = new QListWidget(parent);
+    QObject::connect(w, &QListWidget::itemClicked, w, [&list, w](QListWidgetItem* item) { list.UserSelect(w->row(item)); });
+    QObject::connect(w, &QListWidget::itemDoubleClicked, w,
+                     [&list, w](QListWidgetItem* item) { list.UserDoubleClick(w->row(item)); });
+    Attach(list, w, [&list, w] {
+        QStringList lines;
+        for (const std::string& line : list.Strings()) lines << Text(line);
+        QStringList shown;
+        for (int i = 0; i < w->count(); ++i) shown << w->item(i)->text();
+        if (shown != lines) {
+            w->clear();
+            w->addItems(lines);
+        }
+        const QSignalBlocker quiet(w);
+        w->setCurrentRow(list.GetCurSel());
+        ApplyCommonState(list, w);
+    });
+    return w;
+}
+
 QWidget* BindStatic(controls::Static& label, QWidget* parent)
 {
     auto* w = new QLabel(Text(label.Caption()), parent);
@@ -418,6 +443,7 @@ QWidget* CreateBound(controls::Control& control, QWidget* parent)
     if (auto* box = dynamic_cast<controls::CheckBox*>(&control)) return BindCheckBox(*box, parent);
     if (auto* button = dynamic_cast<controls::Button*>(&control)) return BindButton(*button, parent);
     if (auto* label = dynamic_cast<controls::Static*>(&control)) return BindStatic(*label, parent);
+    if (auto* list = dynamic_cast<controls::ListBox*>(&control)) return BindListBox(*list, parent);
     return new QLabel(Text(control.Caption()), parent);
 }
 

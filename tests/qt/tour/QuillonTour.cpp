@@ -25,6 +25,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 #include <QToolTip>
 #include <chrono>
@@ -393,9 +394,30 @@ private:
         Then("rows come", [this] { return Monitor()->Decoder().MonCount() > 100; });
         Wait(1200);
         Do("look at the monitor window", [this] { Shot("monitor-window"); });
+        MonitorDialog("ML Param", [this] {
+            auto* button = Widget<QPushButton>(MonitorView(), IDC_MOLI_ML_PARAM);
+            QTimer::singleShot(0, button, [button] { button->click(); });
+        }, 260, "parameters");
+        // Alt+L, as the window's shortcut delivers it.
+        MonitorDialog("Alt+L", [this] {
+            auto* shortcut = MonitorView()->findChild<QShortcut*>(QStringLiteral("hotkey2"));
+            Check(shortcut != nullptr, "Alt+L is the monitor window's shortcut");
+            if (shortcut) QTimer::singleShot(0, shortcut, [shortcut] { emit shortcut->activated(); });
+        }, 109, "filters");
         Do("close the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
         Do("close the monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
         Then("the monitor window goes", [this] { return Monitor() == nullptr; });
+    }
+
+    // A modal dialog of the monitor window: opened, looked at, left with Escape.
+    void MonitorDialog(const QString& how, std::function<void()> open, int templateId, const QString& name)
+    {
+        Do(how, std::move(open));
+        Then(name + " shows", [this, templateId] { return ModalOf(templateId) != nullptr; });
+        Wait(300);
+        Do("look at " + name, [this, name] { Shot(name); });
+        Do("leave " + name, [this, templateId] { Press(ModalOf(templateId), Qt::Key_Escape); });
+        Then(name + " ends", [this, templateId] { return ModalOf(templateId) == nullptr; });
     }
 
     // One of the link window's modal dialogs: opened, looked at, left with Escape.
