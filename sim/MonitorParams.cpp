@@ -1,11 +1,22 @@
 #include "MonitorParams.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "MonitorItem.h"
 
 namespace pdusim {
+
+namespace {
+
+// A bench can't set a link's traffic before its window opens: the environment chooses for all.
+std::string DefaultTraffic() {
+    const char* traffic = std::getenv("PDUSIM_MONITOR_TRAFFIC");
+    return traffic != nullptr && *traffic != '\0' ? traffic : "bus";
+}
+
+}  // namespace
 
 MonitorParams::MonitorParams() {
     m_params = {
@@ -14,7 +25,7 @@ MonitorParams::MonitorParams() {
         {"SamplePointOffset", KDT_PAR_TYPE_S32, static_cast<uint32_t>(-2), {}, {}},
         {"AcceptanceMask", KDT_PAR_TYPE_U8_ARRAY, 0, {0xff, 0xff, 0x07, 0x00}, {}},
         {"ListenIds", KDT_PAR_TYPE_U32_ARRAY, 0, {0x7e0, 0x7e8, 0x18daf110}, {}},
-        {"Traffic", KDT_PAR_TYPE_TCHAR, 0, {}, "bus"},
+        {"Traffic", KDT_PAR_TYPE_TCHAR, 0, {}, DefaultTraffic()},
         {"TrafficRate", KDT_PAR_TYPE_U32, 200, {}, {}},
         {"ItemsPerNotice", KDT_PAR_TYPE_U32, 8, {}, {}},
         {"LostItems", KDT_PAR_TYPE_U32, 0, {}, {}},

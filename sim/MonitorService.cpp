@@ -1,6 +1,7 @@
 #include "MonitorService.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "SimSystem.h"
 
@@ -8,6 +9,31 @@ namespace pdusim {
 namespace {
 
 std::string Text(const char* text) { return text != nullptr ? text : ""; }
+
+constexpr uint32_t kPassThruType = 527;
+
+// A module answers to its model's name, alone or followed by more ("ZentaStick#ZS-100231"), or
+// to its serial number. A pass-thru device (type 527) is found by name whatever its module type.
+bool AnswersTo(const SimModule& module, uint32_t hardwareType, const std::string& name) {
+    if (module.isDoIp || module.type == nullptr) return false;
+    if (hardwareType != kPassThruType && module.type->id != hardwareType) return false;
+    if (!module.serialText.empty() && name == module.serialText) return true;
+    return !module.hwName.empty() && name.compare(0, module.hwName.size(), module.hwName) == 0;
+}
+
+// A bus is named by its type's short name or by the channel a bench shows ("CAN1", "KLINE2",
+// "LIN1"): a channel stands for the first bus of its kind that the hardware has.
+std::string BusOfName(const std::string& name, const std::vector<std::string>& buses) {
+    if (std::find(buses.begin(), buses.end(), name) != buses.end()) return name;
+    const std::pair<const char*, const char*> kinds[] = {{"CAN", "CAN"}, {"KLINE", "UART"}, {"LIN", "LIN"}};
+    for (const auto& [channel, kind] : kinds) {
+        if (name.rfind(channel, 0) != 0 || name.size() == std::strlen(channel)) continue;
+        if (name.find_first_not_of("0123456789", std::strlen(channel)) != std::string::npos) continue;
+        for (const std::string& bus : buses)
+            if (bus.find(kind) != std::string::npos && bus.find("FTCAN") == std::string::npos) return bus;
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -36,7 +62,6 @@ void MonitorService::ServiceReserved13() { ThrowIfInjected("ServiceReserved13");
 void MonitorService::ServiceReserved14() { ThrowIfInjected("ServiceReserved14"); }
 void MonitorService::ServiceReserved15() { ThrowIfInjected("ServiceReserved15"); }
 
-// A module answers to its model's name, alone or followed by more ("ZentaStick#ZS-100231").
 void MonitorService::OpenHardware(uint32_t hardwareType, const char* hardwareName, int32_t channel) {
     ThrowIfInjected("OpenHardware");
     const std::string name = Text(hardwareName);
@@ -45,8 +70,7 @@ void MonitorService::OpenHardware(uint32_t hardwareType, const char* hardwareNam
         SimSystem& system = SimSystem::Instance();
         auto lock = system.LockForCaller();
         for (SimModule* module : system.PluggedModules()) {
-            if (module->isDoIp || module->type == nullptr || module->type->id != hardwareType) continue;
-            if (module->hwName.empty() || name.compare(0, module->hwName.size(), module->hwName) != 0) continue;
+            if (!AnswersTo(*module, hardwareType, name)) continue;
             found.moduleHandle = module->handle;
             for (uint32_t resourceId : module->type->resourceIds)
                 if (const MdfResource* resource = system.Catalog().FindResource(resourceId))
@@ -85,11 +109,10 @@ uint32_t MonitorService::CreateMonitorLink(uint32_t hardwareType, const char* ha
     std::lock_guard lock(m_lock);
     const auto hardware = m_hardware.find(Text(hardwareName));
     if (hardware == m_hardware.end()) throw KdException(0x302, "Hardware is not open", "CreateMonitorLink");
-    const std::vector<std::string>& buses = hardware->second.busNames;
-    if (std::find(buses.begin(), buses.end(), Text(busName)) == buses.end())
-        throw KdException(0x303, "The hardware has no such bus", "CreateMonitorLink");
+    const std::string bus = BusOfName(Text(busName), hardware->second.busNames);
+    if (bus.empty()) throw KdException(0x303, "The hardware has no such bus", "CreateMonitorLink");
     const uint32_t id = m_nextId++;
-    m_links[id] = new MonitorLink(id, hardware->second.moduleHandle, Text(hardwareName), Text(busName));
+    m_links[id] = new MonitorLink(id, hardware->second.moduleHandle, Text(hardwareName), bus);
     return id;
 }
 

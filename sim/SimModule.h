@@ -25,6 +25,7 @@ struct SimModule {
     std::string vendorModuleName;
     std::string vendorAdditionalInfo;
     std::string hwName;
+    std::string serialText;  // as the display line shows it
     uint32_t serialNumber = 0;
     bool isDoIp = false;
     bool plugged = true;

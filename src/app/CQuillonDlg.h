@@ -16,6 +16,7 @@
 #include "logical_link/CLinkBaseDlg.h"
 #include "logical_link/LinkHost.h"
 #include "service_dialogs/BusTraceRequest.h"
+#include "monitor_link/CMoLiDlg.h"
 #include "service_dialogs/CBusMonitoringDlg.h"
 #include "service_dialogs/ServiceDialog.h"
 #include "service_dialogs/ServiceDialogHost.h"
@@ -131,7 +132,7 @@ public:
     bool LinkWithoutComParamsAllowed() override { return m_bLinkWithoutResource; }
 
     // Monitor links and service dialogs of later work.
-    void OnBnClickedOpenMoLi() {}
+    void OnBnClickedOpenMoLi();
     void OnBnClickedDoIpIoCtl() {}
     void OnBnClickedVciWlanStat();
     void OnBnClickedSetTracePath();
@@ -258,6 +259,14 @@ private:
     void ClearWorkingTables();
     void FreeLibrary();
     std::string ExecutableDirectory() const;
+    // The monitor launch, step by step.
+    void OpenDoIpMoLi();
+    bool FindMonitorHardware(const std::string& vciText, uint32_t& hardwareType);
+    KdMonitorService* GetMonitorService(const PduModuleRec& module);
+    std::shared_ptr<CMoLiDlg> CreateMoLiDialog(const std::string& vciText, uint32_t hardwareType,
+                                               const std::string& channel, const PduModuleRec& module);
+    bool CloseMonitorWindow(CLinkBaseDlg* dialog);
+    void DetachMonitorWindows();
 
     StartupOptions m_options;
 
@@ -295,6 +304,8 @@ public:
     // The link dialogs this dialog made; a closed one is let go after the handler that closed it.
     std::vector<std::shared_ptr<CLinkBaseDlg>> m_OwnedLinks;
     std::vector<std::shared_ptr<CLinkBaseDlg>> m_ClosedLinks;
+    // Monitor windows stand in no link table and block nothing; they are only kept here.
+    std::vector<std::shared_ptr<CMoLiDlg>> m_MonitorDialogs;
     bool m_bLinkWithoutResource = false;
     bool m_bApiReplayed = false;
     bool m_bShowAllApis = false;

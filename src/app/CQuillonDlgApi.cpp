@@ -55,6 +55,8 @@ bool CQuillonDlg::LoadPduApi(const std::string& shortName)
 
 void CQuillonDlg::FreeLibrary()
 {
+    // A monitor window holds objects of the library: it lets go of them while they still exist.
+    DetachMonitorWindows();
     if (m_hPduApiDll) platform::FreeLibrary(m_hPduApiDll);
     m_hPduApiDll = nullptr;
 }

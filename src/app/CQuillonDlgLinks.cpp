@@ -155,6 +155,7 @@ void CQuillonDlg::ShowLinkWindow(const std::shared_ptr<CLinkBaseDlg>& link, cons
 
 void CQuillonDlg::OnLinkClosed(CLinkBaseDlg* dialog)
 {
+    if (CloseMonitorWindow(dialog)) return;
     const auto listed = std::find(m_LinkDialogs.begin(), m_LinkDialogs.end(), dialog);
     if (!dialog || listed == m_LinkDialogs.end()) return;
     for (LinkSlot& slot : m_LinkSlots) {

@@ -21,6 +21,29 @@ std::vector<CListCtrlEx::Column> CListCtrlEx::Columns() const {
     return m_columns;
 }
 
+bool CListCtrlEx::DeleteColumn(int index) {
+    {
+        std::lock_guard lock(Mutex());
+        if (index < 0 || index >= static_cast<int>(m_columns.size())) return false;
+        m_columns.erase(m_columns.begin() + index);
+    }
+    Changed();
+    return true;
+}
+
+void CListCtrlEx::SetFont(Font font) {
+    {
+        std::lock_guard lock(Mutex());
+        m_font = std::move(font);
+    }
+    Changed();
+}
+
+CListCtrlEx::Font CListCtrlEx::GetFont() const {
+    std::lock_guard lock(Mutex());
+    return m_font;
+}
+
 int CListCtrlEx::GetColumnCount() const {
     std::lock_guard lock(Mutex());
     return static_cast<int>(m_columns.size());

@@ -37,6 +37,15 @@ public:
     int InsertColumn(int index, const std::string& heading, int format = LVCFMT_LEFT, int width = 100);
     std::vector<Column> Columns() const;
     virtual int GetColumnCount() const;
+    // False when there is no column at `index`.
+    bool DeleteColumn(int index);
+    // The fixed-pitch face the view draws the rows in, and its size in tenths of a point.
+    struct Font {
+        std::string face;
+        int tenthsOfPoint = 0;
+    };
+    void SetFont(Font font);
+    Font GetFont() const;
 
     virtual int GetItemCount() const;
     virtual std::string GetItemText(int row, int col) const;  // "" out of range
@@ -78,6 +87,7 @@ private:
     void SetSelectedLocked(int row, bool selected);
 
     std::vector<Column> m_columns;
+    Font m_font;
     std::vector<std::vector<std::string>> m_rows;
     std::vector<bool> m_selected;
     int m_selectedCount = 0;

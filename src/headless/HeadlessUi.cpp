@@ -23,10 +23,12 @@ int HeadlessUi::MessageBox(const std::string& text, const std::string& caption, 
     m_out << "[box] " << shown << std::endl;
     std::lock_guard lock(m_mutex);
     if (!m_expectedBoxes.empty()) {
-        const std::string expected = m_expectedBoxes.front();
+        const ExpectedBox expected = m_expectedBoxes.front();
         m_expectedBoxes.pop_front();
-        if (expected != shown && expected != text && m_failure.empty())
-            m_failure = "box: expected \"" + expected + "\" but the box showed \"" + shown + "\"";
+        if (expected.text != shown && expected.text != text && m_failure.empty())
+            m_failure = "box: expected \"" + expected.text + "\" but the box showed \"" + shown + "\"";
+        if (expected.caption && *expected.caption != caption && m_failure.empty())
+            m_failure = "box: expected the caption \"" + *expected.caption + "\" but the box had \"" + caption + "\"";
     }
     if (type & ui::MB_YESNO) return ui::IDYES;
     return ui::IDOK;
@@ -115,16 +117,42 @@ void HeadlessUi::KillTimer(Dialog& dialog, unsigned id)
     m_timers.erase({&dialog, id});
 }
 
+bool HeadlessUi::RegisterHotKey(Dialog& dialog, int id, char key)
+{
+    std::lock_guard lock(m_mutex);
+    return m_hotKeys.emplace(key, std::make_pair(&dialog, id)).second;
+}
+
+void HeadlessUi::UnregisterHotKey(Dialog& dialog, int id)
+{
+    std::lock_guard lock(m_mutex);
+    for (auto it = m_hotKeys.begin(); it != m_hotKeys.end();)
+        it = it->second == std::make_pair(&dialog, id) ? m_hotKeys.erase(it) : std::next(it);
+}
+
+bool HeadlessUi::PressHotKey(char key)
+{
+    std::pair<Dialog*, int> holder;
+    {
+        std::lock_guard lock(m_mutex);
+        const auto it = m_hotKeys.find(key);
+        if (it == m_hotKeys.end()) return false;
+        holder = it->second;
+    }
+    holder.first->OnHotKey(holder.second);
+    return true;
+}
+
 void HeadlessUi::SetClipboardText(const std::string& text)
 {
     std::lock_guard lock(m_mutex);
     m_clipboard = text;
 }
 
-void HeadlessUi::ExpectMessageBox(const std::string& text)
+void HeadlessUi::ExpectMessageBox(const std::string& text, std::optional<std::string> caption)
 {
     std::lock_guard lock(m_mutex);
-    m_expectedBoxes.push_back(TrimLineEnds(text));
+    m_expectedBoxes.push_back(ExpectedBox{TrimLineEnds(text), std::move(caption)});
 }
 
 void HeadlessUi::QueueFileAnswer(std::optional<std::string> path)
@@ -185,6 +213,8 @@ void HeadlessUi::ForgetDialog(Dialog& dialog)
     for (auto it = m_timers.begin(); it != m_timers.end();) {
         it = it->first.first == &dialog ? m_timers.erase(it) : std::next(it);
     }
+    for (auto it = m_hotKeys.begin(); it != m_hotKeys.end();)
+        it = it->second.first == &dialog ? m_hotKeys.erase(it) : std::next(it);
 }
 
 std::vector<Dialog*> HeadlessUi::Windows() const

@@ -32,17 +32,22 @@ public:
     int PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items) override;
     bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) override;
     void KillTimer(Dialog& dialog, unsigned id) override;
+    bool RegisterHotKey(Dialog& dialog, int id, char key) override;
+    void UnregisterHotKey(Dialog& dialog, int id) override;
     void SetClipboardText(const std::string& text) override;
     void RedrawNow(Dialog& dialog) override {}
 
     // Script answers.
-    void ExpectMessageBox(const std::string& text);
+    // The next box must show `text`; with a caption, that caption too.
+    void ExpectMessageBox(const std::string& text, std::optional<std::string> caption = std::nullopt);
     void QueueFileAnswer(std::optional<std::string> path);
     void QueueMenuAnswer(int command);
     // The answer named by the item's text; a menu without such an item fails the run.
     void QueueMenuText(const std::string& text);
     void SetModalRunner(ModalRunner runner) { m_modalRunner = std::move(runner); }
 
+    // Presses Alt + `key`; false when no window registered it.
+    bool PressHotKey(char key);
     // Fires due timers until `duration` has passed, or until `until` answers true.
     void Pump(std::chrono::milliseconds duration, const std::function<bool()>& until = {});
     // Forgets the timers of a dialog that goes away.
@@ -68,7 +73,11 @@ private:
     void FireDueTimers();
 
     std::ostream& m_out;
-    std::deque<std::string> m_expectedBoxes;
+    struct ExpectedBox {
+        std::string text;
+        std::optional<std::string> caption;
+    };
+    std::deque<ExpectedBox> m_expectedBoxes;
     std::deque<std::optional<std::string>> m_fileAnswers;
     struct MenuAnswer {
         int command = 0;
@@ -77,6 +86,7 @@ private:
     std::deque<MenuAnswer> m_menuAnswers;
     ModalRunner m_modalRunner;
     std::map<std::pair<Dialog*, unsigned>, Timer> m_timers;
+    std::map<char, std::pair<Dialog*, int>> m_hotKeys;
     std::vector<Dialog*> m_windows;
     std::map<Dialog*, ui::WindowRect> m_frames;
     uint64_t m_windowsOpened = 0;

@@ -1,6 +1,8 @@
 #include "headless/ScriptDriver.h"
 
 #include <algorithm>
+#include <cctype>
+#include <utility>
 #include <regex>
 
 #include "controls/Button.h"
@@ -9,6 +11,7 @@
 #include "controls/ComboBox.h"
 #include "controls/Edit.h"
 #include "controls/ListBox.h"
+#include "controls/RadioButton.h"
 #include "controls/PrintListCtrl.h"
 #include "controls/TreeCtrl.h"
 #include "ui/Dialog.h"
@@ -22,6 +25,21 @@ std::string Join(const std::vector<std::string>& words, size_t from)
     std::string text;
     for (size_t i = from; i < words.size(); ++i) text += (i > from ? " " : "") + words[i];
     return text;
+}
+
+// "\n" in a script's text is a line break.
+std::string Unescape(const std::string& text)
+{
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == 'n') {
+            out += '\n';
+            ++i;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
 }
 
 }  // namespace
@@ -133,9 +151,16 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
     if (cmd == "click") return CmdClick(w);
     if (cmd == "window") return CmdWindow(w);
     if (cmd == "box") {
-        m_ui.ExpectMessageBox(Join(w, 1));
+        m_ui.ExpectMessageBox(Unescape(Join(w, 1)), std::exchange(m_boxCaption, std::nullopt));
         return true;
     }
+    if (cmd == "boxcaption") {
+        m_boxCaption = Join(w, 1);
+        return true;
+    }
+    if (cmd == "hotkey") return CmdHotKey(w);
+    if (cmd == "radio") return CmdRadio(w);
+    if (cmd == "dblclick") return CmdDoubleClick(w);
     if (cmd == "file") {
         if (w.size() < 2) return Fail("file: a path or cancel is needed");
         m_ui.QueueFileAnswer(w[1] == "cancel" ? std::nullopt : std::optional<std::string>(Join(w, 1)));
@@ -409,6 +434,54 @@ bool ScriptDriver::CmdLog(const std::vector<std::string>& w)
     return true;
 }
 
+void ScriptDriver::PrintReport(const controls::CListCtrlEx& list)
+{
+    m_out << "\n";
+    const auto columns = list.Columns();
+    for (size_t i = 0; i < columns.size(); ++i) m_out << (i ? "\t" : "") << columns[i].heading;
+    m_out << "\n";
+    const int cells = std::max<int>(1, static_cast<int>(columns.size()));
+    for (int row = 0; row < list.GetItemCount(); ++row) {
+        for (int col = 0; col < cells; ++col) m_out << (col ? "\t" : "") << list.GetItemText(row, col);
+        m_out << "\n";
+    }
+}
+
+bool ScriptDriver::CmdHotKey(const std::vector<std::string>& w)
+{
+    const std::string key = w.size() > 1 ? w[1] : "";
+    if (key.size() != 5 || key.compare(0, 4, "alt+") != 0 || !std::islower(static_cast<unsigned char>(key[4])))
+        return Fail("hotkey: alt+<letter> is needed");
+    return m_ui.PressHotKey(key[4]) ? true : Fail("hotkey: no window registered " + key);
+}
+
+bool ScriptDriver::CmdRadio(const std::vector<std::string>& w)
+{
+    if (w.size() < 2) return Fail("radio: a control is needed");
+    Dialog* target = Target();
+    auto* radio = dynamic_cast<controls::RadioButton*>(FindNamed(target, Join(w, 1)));
+    if (!radio) return Fail("radio: no radio button \"" + Join(w, 1) + "\"");
+    if (!Reachable("radio", *radio, Join(w, 1))) return false;
+    for (controls::Control* c : target->Controls()) {
+        auto* other = dynamic_cast<controls::RadioButton*>(c);
+        if (other && other != radio && other->Group() == radio->Group()) other->SetCheck(0);
+    }
+    radio->UserSetCheck(1);
+    return true;
+}
+
+bool ScriptDriver::CmdDoubleClick(const std::vector<std::string>& w)
+{
+    if (w.size() < 3) return Fail("dblclick: a list box and a line are needed");
+    auto* list = dynamic_cast<controls::ListBox*>(FindNamed(Target(), w[1]));
+    if (!list) return Fail("dblclick: no list box \"" + w[1] + "\"");
+    if (!Reachable("dblclick", *list, w[1])) return false;
+    const int line = list->FindStringExact(-1, Join(w, 2));
+    if (line < 0) return Fail("dblclick: \"" + w[1] + "\" has no line \"" + Join(w, 2) + "\"");
+    list->UserDoubleClick(line);
+    return true;
+}
+
 bool ScriptDriver::CmdPrint(const std::vector<std::string>& w)
 {
     if (w.size() < 2) return Fail("print: a control is needed");
@@ -447,6 +520,8 @@ bool ScriptDriver::CmdPrint(const std::vector<std::string>& w)
         for (const auto& node : tree->Snapshot()) m_out << std::string(2 * node.level, ' ') << node.text << "\n";
     } else if (auto* box = dynamic_cast<controls::CheckBox*>(c)) {
         m_out << " " << box->GetCheck() << "\n";
+    } else if (auto* report = dynamic_cast<controls::CListCtrlEx*>(c)) {
+        PrintReport(*report);
     } else {
         m_out << " visible=" << c->IsVisible() << " enabled=" << c->IsWindowEnabled() << "\n";
     }

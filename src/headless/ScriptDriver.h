@@ -3,6 +3,7 @@
 
 #include <istream>
 #include <ostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 class Dialog;
 namespace controls {
 class Control;
+class CListCtrlEx;
 }
 
 class ScriptDriver {
@@ -48,12 +50,17 @@ private:
     bool CmdWaitItems(const std::vector<std::string>& w);
     bool CmdLog(const std::vector<std::string>& w);
     bool CmdPrint(const std::vector<std::string>& w);
+    void PrintReport(const controls::CListCtrlEx& list);
+    bool CmdHotKey(const std::vector<std::string>& w);
+    bool CmdRadio(const std::vector<std::string>& w);
+    bool CmdDoubleClick(const std::vector<std::string>& w);
 
     HeadlessUi& m_ui;
     std::ostream& m_out;
     std::vector<std::string> m_lines;
     size_t m_next = 0;
     Dialog* m_chosen = nullptr;
+    std::optional<std::string> m_boxCaption;  // for the next "box"
     uint64_t m_openedWhenChosen = 0;  // a window opened since then takes over as the target
     std::vector<Dialog*> m_modals;  // the modal dialogs running, innermost last
     bool m_failed = false;

@@ -18,11 +18,14 @@
 #include "logical_link/LoLiDialogKeldaPDUAPI.h"
 #include "logical_link/MaskAndPatternDialog.h"
 #include "logical_link/TxFlagsDlg.h"
+#include "monitor_link/CMoLiDlg.h"
+#include "monitor_link/MonitorResource.h"
 #include "service_dialogs/SODConfDialog.h"
 #include "service_dialogs/SetBrokerDialog.h"
 #include "service_dialogs/SetTraceOptionsDialog.h"
 #include "service_dialogs/VCIWLANStatDialog.h"
 #include "qt/AboutView.h"
+#include "qt/CMoLiDlgView.h"
 #include "qt/ComParam_DialogView.h"
 #include "qt/IoCtlFilterDialogView.h"
 #include "qt/URID_Table_DialogView.h"
@@ -43,6 +46,7 @@ void RegisterViews(QtUi& ui)
     ui.RegisterView(IDD_ABOUTBOX, [](Dialog& d) { return new AboutView(static_cast<CAboutDlg&>(d)); });
     ui.RegisterView(IDD_LOLI_KELDA,
                     [](Dialog& d) { return new LoLiDialogKeldaPDUAPIView(static_cast<LoLiDialogKeldaPDUAPI&>(d)); });
+    ui.RegisterView(IDD_MOLI, [](Dialog& d) { return new CMoLiDlgView(static_cast<CMoLiDlg&>(d)); });
     ui.RegisterView(IDD_LOLI_PLAIN, [](Dialog& d) { return new LoLiDialogView(static_cast<LoLiDialog&>(d)); });
     ui.RegisterView(IDD_TX_FLAGS, [](Dialog& d) { return new TxFlagsDlgView(static_cast<TxFlagsDlg&>(d)); });
     ui.RegisterView(IDD_MASK_AND_PATTERN,

@@ -2,6 +2,9 @@
 
 #include <QAbstractItemView>
 #include <QCheckBox>
+#include <QListWidget>
+#include <QRadioButton>
+#include <QSignalBlocker>
 #include <QComboBox>
 #include <QFocusEvent>
 #include <QGroupBox>
@@ -25,6 +28,8 @@
 #include "controls/CCheckComboBox.h"
 #include "controls/CToolTipComboBox.h"
 #include "controls/CheckBox.h"
+#include "controls/ListBox.h"
+#include "controls/RadioButton.h"
 #include "controls/ComboBox.h"
 #include "controls/Edit.h"
 #include "controls/PrintListCtrl.h"
@@ -197,6 +202,51 @@ QWidget* BindCheckBox(controls::CheckBox& box, QWidget* parent)
     Attach(box, w, [&box, w] {
         w->setChecked((box.GetCheck() & 1) != 0);
         ApplyCommonState(box, w);
+    });
+    return w;
+}
+
+QWidget* BindRadio(controls::RadioButton& radio, QWidget* parent)
+{
+    auto* w = new QRadioButton(Text(radio.Caption()), parent);
+    // Groups are the logic's: Qt's own exclusivity would join every radio of the window.
+    w->setAutoExclusive(false);
+    QObject::connect(w, &QRadioButton::clicked, w, [&radio, w] {
+        if (auto* view = w->window()) {
+            for (auto* other : view->findChildren<QRadioButton*>()) {
+                auto* control = other->property("radioControl").value<void*>();
+                auto* peer = static_cast<controls::RadioButton*>(control);
+                if (peer && peer != &radio && peer->Group() == radio.Group()) peer->SetCheck(0);
+            }
+        }
+        radio.UserSetCheck(1);
+    });
+    w->setProperty("radioControl", QVariant::fromValue(static_cast<void*>(&radio)));
+    Attach(radio, w, [&radio, w] {
+        w->setChecked((radio.GetCheck() & 1) != 0);
+        ApplyCommonState(radio, w);
+    });
+    return w;
+}
+
+QWidget* BindListBox(controls::ListBox& list, QWidget* parent)
+{
+    auto* w = new QListWidget(parent);
+    QObject::connect(w, &QListWidget::itemClicked, w, [&list, w](QListWidgetItem* item) { list.UserSelect(w->row(item)); });
+    QObject::connect(w, &QListWidget::itemDoubleClicked, w,
+                     [&list, w](QListWidgetItem* item) { list.UserDoubleClick(w->row(item)); });
+    Attach(list, w, [&list, w] {
+        QStringList lines;
+        for (const std::string& line : list.Strings()) lines << Text(line);
+        QStringList shown;
+        for (int i = 0; i < w->count(); ++i) shown << w->item(i)->text();
+        if (shown != lines) {
+            w->clear();
+            w->addItems(lines);
+        }
+        const QSignalBlocker quiet(w);
+        w->setCurrentRow(list.GetCurSel());
+        ApplyCommonState(list, w);
     });
     return w;
 }
@@ -389,9 +439,11 @@ QWidget* CreateBound(controls::Control& control, QWidget* parent)
     if (auto* combo = dynamic_cast<controls::ComboBox*>(&control)) return BindCombo(*combo, parent);
     if (auto* tree = dynamic_cast<controls::TreeCtrl*>(&control)) return BindTree(*tree, parent);
     if (auto* edit = dynamic_cast<controls::Edit*>(&control)) return BindEdit(*edit, parent);
+    if (auto* radio = dynamic_cast<controls::RadioButton*>(&control)) return BindRadio(*radio, parent);
     if (auto* box = dynamic_cast<controls::CheckBox*>(&control)) return BindCheckBox(*box, parent);
     if (auto* button = dynamic_cast<controls::Button*>(&control)) return BindButton(*button, parent);
     if (auto* label = dynamic_cast<controls::Static*>(&control)) return BindStatic(*label, parent);
+    if (auto* list = dynamic_cast<controls::ListBox*>(&control)) return BindListBox(*list, parent);
     return new QLabel(Text(control.Caption()), parent);
 }
 

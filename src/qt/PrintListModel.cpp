@@ -44,6 +44,15 @@ QVariant PrintListModel::data(const QModelIndex& index, int role) const {
     }
 }
 
+QVariant PrintListModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return QAbstractTableModel::headerData(section, orientation, role);
+    const auto columns = m_list.Columns();
+    if (section < 0 || section >= static_cast<int>(columns.size()))
+        return {};
+    return QString::fromLocal8Bit(columns[static_cast<size_t>(section)].heading);
+}
+
 void PrintListModel::Flush() {
     m_list.Flush();
 }

@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QThread>
 #include <QTimer>
 #include <algorithm>
@@ -92,6 +93,7 @@ DialogView* QtUi::CreateView(Dialog& dialog)
         view->setParent(owner, view->windowFlags());
     if (QPushButton* ok = view->DialogButtonWidget(ui::IDOK)) ok->setDefault(true);
     m_views[&dialog] = view;
+    InstallHotKeys(dialog, view);
     return view;
 }
 
@@ -202,6 +204,8 @@ void QtUi::ShowModeless(Dialog& dialog)
 
 void QtUi::DestroyWindow(Dialog& dialog)
 {
+    for (auto it = m_hotKeys.begin(); it != m_hotKeys.end();)
+        it = it->second.dialog == &dialog ? m_hotKeys.erase(it) : std::next(it);
     for (auto it = m_timers.begin(); it != m_timers.end();) {
         if (it->first.first == &dialog) {
             delete it->second.data();
@@ -300,6 +304,41 @@ void QtUi::KillTimer(Dialog& dialog, unsigned id)
     if (it == m_timers.end()) return;
     delete it->second.data();
     m_timers.erase(it);
+}
+
+bool QtUi::RegisterHotKey(Dialog& dialog, int id, char key)
+{
+    if (!m_hotKeys.emplace(key, HotKey{&dialog, id}).second) return false;
+    if (DialogView* view = ViewOf(dialog)) InstallHotKeys(dialog, view);
+    return true;
+}
+
+void QtUi::UnregisterHotKey(Dialog& dialog, int id)
+{
+    for (auto it = m_hotKeys.begin(); it != m_hotKeys.end();) {
+        if (it->second.dialog != &dialog || it->second.id != id) {
+            ++it;
+            continue;
+        }
+        if (DialogView* view = ViewOf(dialog))
+            delete view->findChild<QShortcut*>(QStringLiteral("hotkey%1").arg(id), Qt::FindDirectChildrenOnly);
+        it = m_hotKeys.erase(it);
+    }
+}
+
+void QtUi::InstallHotKeys(Dialog& dialog, DialogView* view)
+{
+    for (const auto& [key, hotKey] : m_hotKeys) {
+        if (hotKey.dialog != &dialog) continue;
+        const QString name = QStringLiteral("hotkey%1").arg(hotKey.id);
+        if (view->findChild<QShortcut*>(name, Qt::FindDirectChildrenOnly)) continue;
+        auto* shortcut = new QShortcut(QKeySequence(Qt::ALT | Qt::Key(Qt::Key_A + (key - 'a'))), view);
+        shortcut->setObjectName(name);
+        QObject::connect(shortcut, &QShortcut::activated, view, [&dialog, id = hotKey.id, view] {
+            dialog.OnHotKey(id);
+            view->Sync();
+        });
+    }
 }
 
 void QtUi::SetClipboardText(const std::string& text)

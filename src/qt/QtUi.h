@@ -56,6 +56,8 @@ public:
     int PopupMenu(Dialog& owner, const std::vector<ui::MenuItem>& items) override;
     bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) override;
     void KillTimer(Dialog& dialog, unsigned id) override;
+    bool RegisterHotKey(Dialog& dialog, int id, char key) override;
+    void UnregisterHotKey(Dialog& dialog, int id) override;
     void SetClipboardText(const std::string& text) override;
     void RedrawNow(Dialog& dialog) override;
 
@@ -74,9 +76,17 @@ private:
     // shown last that is still visible.
     QWidget* OwnerWindow() const;
     void Shown(DialogView* view);
+    // The hot keys of a dialog whose window is made later take effect on its view then.
+    void InstallHotKeys(Dialog& dialog, DialogView* view);
+
+    struct HotKey {
+        Dialog* dialog;
+        int id;
+    };
 
     std::map<int, ViewFactory> m_factories;
     std::map<Dialog*, QPointer<DialogView>> m_views;
     std::map<std::pair<Dialog*, unsigned>, QPointer<QTimer>> m_timers;
-    std::vector<QPointer<DialogView>> m_shown;  // in the order they were shown
+    std::vector<QPointer<DialogView>> m_shown;
+    std::map<char, HotKey> m_hotKeys;  // one holder per key in the process  // in the order they were shown
 };

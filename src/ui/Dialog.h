@@ -53,6 +53,8 @@ public:
 
     virtual bool OnInitDialog() { return true; }
     virtual void OnTimer(unsigned id) {}
+    // A hot key the dialog registered through Ui.
+    virtual void OnHotKey(int id) {}
     // WM_CLOSE / the window's close button; the default ends the dialog with IDCANCEL.
     virtual void OnClose() { EndDialog(ui::IDCANCEL); }
     // Escape in a modal dialog without a Cancel button: the toolkit's cancel, which most dialogs

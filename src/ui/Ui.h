@@ -58,6 +58,10 @@ public:
     virtual int PopupMenu(Dialog& owner, const std::vector<MenuItem>& items) = 0;
     virtual bool SetTimer(Dialog& dialog, unsigned id, unsigned periodMs) = 0;
     virtual void KillTimer(Dialog& dialog, unsigned id) = 0;
+    // Alt + `key` (a lower-case letter) for the dialog, under `id`; one holder per process, so
+    // false when any window holds the key already.
+    virtual bool RegisterHotKey(Dialog& dialog, int id, char key) = 0;
+    virtual void UnregisterHotKey(Dialog& dialog, int id) = 0;
     virtual void SetClipboardText(const std::string& text) = 0;
     virtual void RedrawNow(Dialog& dialog) = 0;
 };

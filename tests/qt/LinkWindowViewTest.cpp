@@ -2,6 +2,8 @@
 // a dialog kept alive until its view is gone, and a repaint a worker asks for.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QFocusEvent>
 #include <QPointer>
@@ -15,7 +17,9 @@
 #include "logical_link/LoLiDialogKeldaPDUAPI.h"
 #include "logical_link/MaskAndPatternDialog.h"
 #include "logical_link/TxFlagsDlg.h"
+#include "monitor_link/CMoLiDlg.h"
 #include "qt/BenchMain.h"
+#include "qt/CMoLiDlgView.h"
 #include "qt/LoLiDialogKeldaPDUAPIView.h"
 #include "qt/LoLiDialogView.h"
 #include "qt/MaskAndPatternDialogView.h"
@@ -60,6 +64,27 @@ TEST_F(LinkWindowViewTest, EveryControlHasItsWidget)
     MaskAndPatternDialog masks(m_ui);
     MaskAndPatternDialogView maskView(masks);
     ExpectEveryControlBound(maskView, masks);
+
+    auto monitor = MakeLinkDialog<CMoLiDlg>(m_ui);
+    CMoLiDlgView monitorView(*monitor);
+    ExpectEveryControlBound(monitorView, *monitor);
+}
+
+TEST_F(LinkWindowViewTest, MonitorRadiosKeepToTheirGroupAndTheHeaderNamesTheColumns)
+{
+    auto monitor = MakeLinkDialog<CMoLiDlg>(m_ui);
+    monitor->m_List.InsertColumn(0, "D");
+    monitor->m_List.InsertColumn(1, "Time [ms]");
+    CMoLiDlgView view(*monitor);
+    WidgetOf<QAbstractButton>(view, monitor->m_ExplicitRadio)->click();
+    WidgetOf<QAbstractButton>(view, monitor->m_FilterNegativeRadio)->click();
+    WidgetOf<QAbstractButton>(view, monitor->m_FilterOffRadio)->click();
+    EXPECT_EQ(monitor->m_ExplicitRadio.GetCheck(), 1);
+    EXPECT_EQ(monitor->m_FilterNegativeRadio.GetCheck(), 0);
+    EXPECT_EQ(monitor->m_FilterOffRadio.GetCheck(), 1);
+    auto* rows = WidgetOf<QAbstractItemView>(view, monitor->m_List);
+    ASSERT_NE(rows, nullptr);
+    EXPECT_EQ(rows->model()->headerData(1, Qt::Horizontal).toString(), "Time [ms]");
 }
 
 TEST_F(LinkWindowViewTest, TheCancelComboHoldsWhileTheUserHasIt)

@@ -26,6 +26,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 #include <QToolTip>
 #include <chrono>
@@ -39,6 +40,7 @@
 #include "editors/EditorResource.h"
 #include "editors/IoCtlFilterDialog.h"
 #include "logical_link/LinkResource.h"
+#include "monitor_link/MonitorResource.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
 #include "qt/LogView.h"
@@ -324,6 +326,7 @@ private:
             OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
         LinkTour(m_exitAfter == "monitor");
         if (m_exitAfter != "monitor") WlanTour();
+        if (m_exitAfter == "monitor") MonitorTour();
         ExitNow();
     }
 
@@ -409,6 +412,44 @@ private:
         Then("the link is offline", [this] { return LinkLogHas("PDU_CLLST_OFFLINE"); });
         Do("close the link window", [this] { ClickInLink(ui::IDOK); });
         Then("the link window goes", [this] { return Link() == nullptr; });
+    }
+
+    CMoLiDlg* Monitor() const { return Dlg() && !Dlg()->m_MonitorDialogs.empty() ? Dlg()->m_MonitorDialogs.back().get() : nullptr; }
+    QWidget* MonitorView() const { return Monitor() ? m_ui.ViewOf(*Monitor()) : nullptr; }
+
+    // The monitor window on the module's bus: a second of traffic, then closed.
+    void MonitorTour()
+    {
+        Do("open MoLi", [this] { Widget<QPushButton>(Main(), IDC_OPEN_MOLI)->click(); });
+        Then("the monitor window shows", [this] { return MonitorView() && MonitorView()->isVisible(); });
+        Do("open the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_OPEN)->click(); });
+        Then("rows come", [this] { return Monitor()->Decoder().MonCount() > 100; });
+        Wait(1200);
+        Do("look at the monitor window", [this] { Shot("monitor-window"); });
+        MonitorDialog("ML Param", [this] {
+            auto* button = Widget<QPushButton>(MonitorView(), IDC_MOLI_ML_PARAM);
+            QTimer::singleShot(0, button, [button] { button->click(); });
+        }, 260, "parameters");
+        // Alt+L, as the window's shortcut delivers it.
+        MonitorDialog("Alt+L", [this] {
+            auto* shortcut = MonitorView()->findChild<QShortcut*>(QStringLiteral("hotkey2"));
+            Check(shortcut != nullptr, "Alt+L is the monitor window's shortcut");
+            if (shortcut) QTimer::singleShot(0, shortcut, [shortcut] { emit shortcut->activated(); });
+        }, 109, "filters");
+        Do("close the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
+        Do("close the monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
+        Then("the monitor window goes", [this] { return Monitor() == nullptr; });
+    }
+
+    // A modal dialog of the monitor window: opened, looked at, left with Escape.
+    void MonitorDialog(const QString& how, std::function<void()> open, int templateId, const QString& name)
+    {
+        Do(how, std::move(open));
+        Then(name + " shows", [this, templateId] { return ModalOf(templateId) != nullptr; });
+        Wait(300);
+        Do("look at " + name, [this, name] { Shot(name); });
+        Do("leave " + name, [this, templateId] { Press(ModalOf(templateId), Qt::Key_Escape); });
+        Then(name + " ends", [this, templateId] { return ModalOf(templateId) == nullptr; });
     }
 
     // One of the link window's modal dialogs: opened, looked at, left with Escape.
