@@ -184,8 +184,11 @@ bool LoLiDialog::OnInitDialog()
 
 // ---------------------------------------------------------------- buttons
 
+// The call and its line under the lock the receive thread drains under: the line of the call
+// comes before the state events it causes, however late this thread gets to write it.
 void LoLiDialog::OnBnClickedConnect()
 {
+    std::lock_guard lock(LinkLock);
     const T_PDU_ERROR result = PduApi.PDUConnect(m_hMod, m_hCLL);
     Log(kSeparator);
     LogFormat("Return of PDUConnect:\n%s\n", PduStatusText(result));
@@ -193,6 +196,7 @@ void LoLiDialog::OnBnClickedConnect()
 
 void LoLiDialog::OnBnClickedDisconnect()
 {
+    std::lock_guard lock(LinkLock);
     m_lastStatus = PduApi.PDUDisconnect(m_hMod, m_hCLL);
     if (m_lastStatus == PDU_STATUS_NOERROR) LinkOffline();
     Log(kSeparator);
