@@ -9,7 +9,7 @@
 namespace {
 
 // Buttons as (id, caption, has a handler).
-struct ButtonSpec {
+struct ButtonRow {
     int id;
     const char* caption;
     bool handled;
@@ -17,12 +17,12 @@ struct ButtonSpec {
 
 class ButtonsDialog : public Dialog {
 public:
-    ButtonsDialog(ui::Ui& ui, std::initializer_list<ButtonSpec> specs) : Dialog(ui, 1, "Buttons")
+    ButtonsDialog(ui::Ui& ui, std::initializer_list<ButtonRow> rows) : Dialog(ui, 1, "Buttons")
     {
-        for (const ButtonSpec& spec : specs) {
-            m_buttons.push_back(std::make_unique<controls::Button>(spec.id, spec.caption));
+        for (const ButtonRow& row : rows) {
+            m_buttons.push_back(std::make_unique<controls::Button>(row.id, row.caption));
             AddControl(*m_buttons.back());
-            if (spec.handled) On(*m_buttons.back(), controls::Notification::Clicked, [] {});
+            if (row.handled) On(*m_buttons.back(), controls::Notification::Clicked, [] {});
         }
     }
     std::vector<std::unique_ptr<controls::Button>> m_buttons;
@@ -34,7 +34,7 @@ TEST(DialogTest, DialogButtonIsTheButtonOfTheCodeElseTheOneOfItsCaption)
     HeadlessUi ui(out);
     const struct {
         const char* name;
-        std::initializer_list<ButtonSpec> buttons;
+        std::initializer_list<ButtonRow> buttons;
         int okId;      // 0: none
         int cancelId;  // 0: none
     } cases[] = {
