@@ -601,8 +601,10 @@ void ComLogicalLink::CycleComplete(ComPrimitive& cop, SteadyTime now, LinkContex
         cop.nextAction = events.AtLimit() ? now + kFullQueuePause : std::max(now, cop.txDone);
         return;
     }
+    // Between cycles it waits, even when a slow host has already used up the cycle time: the
+    // items of a cycle do not depend on the machine's load.
     cop.nextAction = std::max(now, cop.cycleStart + milliseconds(cop.timeMs));
-    if (cop.nextAction > now) SetCopStatus(cop, PDU_COPST_WAITING, now, context);
+    SetCopStatus(cop, PDU_COPST_WAITING, now, context);
 }
 
 void ComLogicalLink::Finish(ComPrimitive& cop, T_PDU_STATUS status, SteadyTime now, LinkContext& context) {
