@@ -285,10 +285,11 @@ void LoLiDialog::OnBnClickedCancelPrimitive()
     Log(kSeparator);
     LogFormat("Canceling ComPrimitive %s...\n", text.c_str());
     {
+        // As with Connect: the call's line comes before the CANCELLED event it causes.
         std::lock_guard lock(LinkLock);
         m_lastStatus = PduApi.PDUCancelComPrimitive(m_hMod, m_hCLL, CancelHandleOf(text));
+        LogFormat("Return of PDUCancelComPrimitive:\n%s\n", PduStatusText(m_lastStatus));
     }
-    LogFormat("Return of PDUCancelComPrimitive:\n%s\n", PduStatusText(m_lastStatus));
     m_CancelCombo.SetWindowText("");
 }
 
