@@ -79,6 +79,32 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     return output;
 }
 
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+// Only the stretch that differs, with a little context: a CI log keeps the head of a failure.
+std::string ShortDiff(const std::string& expected, const std::string& actual)
+{
+    const std::vector<std::string> want = Lines(expected), got = Lines(actual);
+    size_t head = 0;
+    while (head < want.size() && head < got.size() && want[head] == got[head]) ++head;
+    size_t tail = 0;
+    while (tail < want.size() - head && tail < got.size() - head && want[want.size() - 1 - tail] == got[got.size() - 1 - tail]) ++tail;
+    std::ostringstream out;
+    const size_t from = head < 3 ? 0 : head - 3;
+    out << "first difference at line " << head + 1 << "\n";
+    for (size_t i = from; i < head; ++i) out << "  " << want[i] << "\n";
+    constexpr size_t kMaxLines = 30;
+    for (size_t i = head; i < want.size() - tail && i < head + kMaxLines; ++i) out << "- " << want[i] << "\n";
+    for (size_t i = head; i < got.size() - tail && i < head + kMaxLines; ++i) out << "+ " << got[i] << "\n";
+    return out.str();
+}
+
 std::vector<std::string> Scripts()
 {
     std::vector<std::string> names;
@@ -103,8 +129,9 @@ TEST_P(ScriptGoldenTest, OutputMatches)
         std::ofstream(base + ".expected", std::ios::binary) << output;
         return;
     }
-    EXPECT_EQ(exitCode, 0) << output;
-    EXPECT_EQ(output, ReadWholeFile(base + ".expected"));
+    const std::string expected = ReadWholeFile(base + ".expected");
+    EXPECT_EQ(exitCode, 0) << ShortDiff(expected, output);
+    EXPECT_TRUE(output == expected) << ShortDiff(expected, output);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scripts, ScriptGoldenTest, ::testing::ValuesIn(Scripts()),
