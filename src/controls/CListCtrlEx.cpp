@@ -244,17 +244,36 @@ void CListCtrlEx::SetClipboardSink(ClipboardSink sink) {
     m_clipboard = std::move(sink);
 }
 
+void CListCtrlEx::AddMenuCommand(int id, std::string text, std::function<void()> run) {
+    std::lock_guard lock(Mutex());
+    m_ownerCommands.push_back({id, std::move(text), std::move(run)});
+}
+
 std::vector<CListCtrlEx::MenuItem> CListCtrlEx::ContextMenuItems() const {
-    return {{ID_SELECT_ALL, "Select all", CanSelectAll()}, {ID_COPY, "Copy", CanCopy()}};
+    std::vector<MenuItem> items{{ID_SELECT_ALL, "Select all", CanSelectAll()}, {ID_COPY, "Copy", CanCopy()}};
+    std::lock_guard lock(Mutex());
+    for (const OwnerCommand& command : m_ownerCommands) items.push_back({command.id, command.text, true});
+    return items;
 }
 
 bool CListCtrlEx::OnCommand(int id) {
-    if (id == ID_SELECT_ALL)
+    if (id == ID_SELECT_ALL) {
         SelectAll();
-    else if (id == ID_COPY)
+        return true;
+    }
+    if (id == ID_COPY) {
         Copy();
-    else
+        return true;
+    }
+    std::function<void()> run;
+    {
+        std::lock_guard lock(Mutex());
+        for (const OwnerCommand& command : m_ownerCommands)
+            if (command.id == id) run = command.run;
+    }
+    if (!run)
         return false;
+    run();  // unlocked: the command may open boxes and read the list
     return true;
 }
 

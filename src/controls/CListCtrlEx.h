@@ -75,8 +75,10 @@ public:
     void Copy();
     void SetClipboardSink(ClipboardSink sink);
 
+    // The owner's own commands, after select-all and copy; run on the UI thread.
+    void AddMenuCommand(int id, std::string text, std::function<void()> run);
     std::vector<MenuItem> ContextMenuItems() const;
-    bool OnCommand(int id);  // true for 272 and 273
+    bool OnCommand(int id);  // true for 272, 273 and the owner's commands
     bool OnChar(int ch);     // Ctrl+A (1) and Ctrl+C (3); false: default handling
 
 protected:
@@ -92,6 +94,12 @@ private:
     std::vector<bool> m_selected;
     int m_selectedCount = 0;
     ClipboardSink m_clipboard;
+    struct OwnerCommand {
+        int id;
+        std::string text;
+        std::function<void()> run;
+    };
+    std::vector<OwnerCommand> m_ownerCommands;
 };
 
 }  // namespace controls

@@ -5,6 +5,7 @@
 #include <utility>
 #include <regex>
 
+#include "controls/CListCtrlEx.h"
 #include "controls/Button.h"
 #include "controls/CCheckComboBox.h"
 #include "controls/CheckBox.h"
@@ -161,6 +162,7 @@ bool ScriptDriver::Execute(const std::vector<std::string>& w)
     if (cmd == "hotkey") return CmdHotKey(w);
     if (cmd == "radio") return CmdRadio(w);
     if (cmd == "dblclick") return CmdDoubleClick(w);
+    if (cmd == "export") return CmdExport(w);
     if (cmd == "file") {
         if (w.size() < 2) return Fail("file: a path or cancel is needed");
         m_ui.QueueFileAnswer(w[1] == "cancel" ? std::nullopt : std::optional<std::string>(Join(w, 1)));
@@ -453,6 +455,30 @@ bool ScriptDriver::CmdHotKey(const std::vector<std::string>& w)
     if (key.size() != 5 || key.compare(0, 4, "alt+") != 0 || !std::islower(static_cast<unsigned char>(key[4])))
         return Fail("hotkey: alt+<letter> is needed");
     return m_ui.PressHotKey(key[4]) ? true : Fail("hotkey: no window registered " + key);
+}
+
+// "export <path> candump|asc": the list's context menu command of that format, the file box
+// answered with the path.
+bool ScriptDriver::CmdExport(const std::vector<std::string>& w)
+{
+    if (w.size() != 3) return Fail("export: a path and a format (candump or asc) are needed");
+    std::string format = w[2];
+    if (format != "candump" && format != "asc") return Fail("export: the format is candump or asc");
+    Dialog* target = Target();
+    if (!target) return Fail("export: no window is open");
+    for (controls::Control* control : target->Controls()) {
+        auto* list = dynamic_cast<controls::CListCtrlEx*>(control);
+        if (!list) continue;
+        for (const auto& item : list->ContextMenuItems()) {
+            std::string text = item.text;
+            std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+            if (text.find(format) == std::string::npos) continue;
+            m_ui.QueueFileAnswer(w[1]);
+            list->OnCommand(item.id);
+            return true;
+        }
+    }
+    return Fail("export: the window has no list that saves " + format);
 }
 
 bool ScriptDriver::CmdRadio(const std::vector<std::string>& w)

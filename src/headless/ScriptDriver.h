@@ -54,6 +54,7 @@ private:
     bool CmdHotKey(const std::vector<std::string>& w);
     bool CmdRadio(const std::vector<std::string>& w);
     bool CmdDoubleClick(const std::vector<std::string>& w);
+    bool CmdExport(const std::vector<std::string>& w);
 
     HeadlessUi& m_ui;
     std::ostream& m_out;

@@ -54,6 +54,9 @@ CMoLiDlg::CMoLiDlg(ui::Ui& ui)
 {
     RegisterControls();
     BindHandlers();
+    m_decoder.SetTrace(&m_trace);
+    m_List.AddMenuCommand(ID_SAVE_CANDUMP, "Save trace as candump log...", [this] { OnSaveTrace(TraceWriter::Format::Candump); });
+    m_List.AddMenuCommand(ID_SAVE_ASC, "Save trace as Vector ASC...", [this] { OnSaveTrace(TraceWriter::Format::Asc); });
 }
 
 CMoLiDlg::~CMoLiDlg()
@@ -371,6 +374,27 @@ void CMoLiDlg::OnTimer(unsigned id)
 }
 
 void CMoLiDlg::OnBnClickedClearScreen() { m_List.Clear(); }
+
+void CMoLiDlg::OnSaveTrace(TraceWriter::Format format)
+{
+    ui::FileBoxRequest request;
+    request.save = true;
+    request.defaultExtension = TraceWriter::Extension(format);
+    request.filter = format == TraceWriter::Format::Candump ? "candump log (*.log)|*.log||" : "Vector ASC (*.asc)|*.asc||";
+    request.fileName = std::string("trace.") + request.defaultExtension;
+    if (const std::optional<std::string> path = m_ui.FileBox(request)) SaveTrace(*path, format);
+}
+
+bool CMoLiDlg::SaveTrace(const std::string& path, TraceWriter::Format format)
+{
+    const TraceStore::Snapshot trace = m_trace.Take();
+    if (!TraceWriter::Save(trace, format, path)) {
+        m_ui.MessageBox("Could not write the trace to " + path, "Error", ui::MB_OK | ui::MB_ICONERROR);
+        return false;
+    }
+    m_ui.MessageBox(std::to_string(trace.Size()) + " frames saved to " + path, "Trace", ui::MB_OK);
+    return true;
+}
 
 void CMoLiDlg::OnBnClickedResetCounters() { m_decoder.ResetCounters(); }
 

@@ -17,6 +17,8 @@
 #include "logical_link/PDUObjectQueue.h"
 #include "logical_link/WorkerThread.h"
 #include "monitor_link/MonitorLineDecoder.h"
+#include "monitor_link/TraceStore.h"
+#include "monitor_link/TraceWriter.h"
 #include "pdu/KdMonitorService.h"
 #include "platform/Semaphore.h"
 
@@ -48,6 +50,10 @@ public:
     void OnBnClickedFilterPositive() { SetIdFilter(MonitorLineDecoder::FILTER_POSITIVE); }
     void OnBnClickedFilterNegative() { SetIdFilter(MonitorLineDecoder::FILTER_NEGATIVE); }
     void OnBnClickedFilterOff();
+    // The list's context menu: the received frames as a file for CAN tools.
+    void OnSaveTrace(TraceWriter::Format format);
+    bool SaveTrace(const std::string& path, TraceWriter::Format format);
+    const TraceStore& Trace() const { return m_trace; }
 
     // The library is about to go: the window lets go of the service and stays with its rows.
     void DetachService();
@@ -109,6 +115,7 @@ private:
     bool m_bLinkOpen = false;
     bool m_bHotKeysRegistered = false;
     std::string m_filterText;
+    TraceStore m_trace;
     MonitorLineDecoder m_decoder;
     std::mutex m_threadLock;
     WorkerThread m_rxThread;

@@ -235,6 +235,7 @@ bool MonitorLineDecoder::DecodeItem(KdMonitorLink& link, uint32_t handle, KdObje
         return false;
     }
     auto& item = static_cast<KdMonitorItem&>(object);
+    KeepFrame(item);
     const bool hidden = IsHidden(item, filter);
     // A hidden item leaves the clock, so the next shown line's time spans it.
     const uint32_t ts = !item.HasTimestamp() || hidden ? m_previousTimestamp : item.GetTimestamp();
@@ -251,6 +252,21 @@ bool MonitorLineDecoder::DecodeItem(KdMonitorLink& link, uint32_t handle, KdObje
     }
     m_previousTimestamp = ts;
     return true;
+}
+
+void MonitorLineDecoder::KeepFrame(KdMonitorItem& item)
+{
+    if (!m_trace || !item.HasId()) return;  // a frame without an id is no frame to a CAN tool
+    const uint32_t type = item.GetItemType();
+    const bool fd = type == KD_IT_CANFD_RX || type == KD_IT_CANFD_TX;
+    if (!fd && type != KD_IT_CAN_RX && type != KD_IT_CAN_TX) return;
+    uint8_t flags = 0;
+    if (item.IsExtendedId()) flags |= TraceFrame::EXTENDED;
+    if (fd) flags |= TraceFrame::FD;
+    if (fd && item.IsBrs()) flags |= TraceFrame::BRS;
+    if (type == KD_IT_CAN_TX || type == KD_IT_CANFD_TX) flags |= TraceFrame::TX;
+    const ItemBytes bytes(item);
+    m_trace->Add(item.GetTimestamp(), item.GetId(), flags, bytes.data, bytes.size);
 }
 
 bool MonitorLineDecoder::IsHidden(KdMonitorItem& item, const Filter& filter) const

@@ -14,6 +14,7 @@
 #include "controls/PrintListCtrl.h"
 #include "monitor_link/BusLoadMeter.h"
 #include "monitor_link/LineBuffer.h"
+#include "monitor_link/TraceStore.h"
 #include "pdu/KdMonitorService.h"
 
 class MonitorLineDecoder {
@@ -27,6 +28,8 @@ public:
 
     // Drains every item the link holds for the handle of one notice.
     void DecodeMonitorEvent(KdMonitorLink* link, uint32_t handle);
+    // Where every CAN frame goes as well, shown or not; set before the receive thread runs.
+    void SetTrace(TraceStore* trace) { m_trace = trace; }
 
     void SetBusTypeName(const std::string& name);
     void SetScreenDisabled(bool disabled) { m_screenDisabled = disabled; }
@@ -66,6 +69,7 @@ private:
     void FormatLinFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line);
     void FormatCanFrame(KdMonitorItem& item, char letter, uint32_t delta, LineBuffer& line);
     void CountFrame(KdMonitorLink& link, KdMonitorItem& item, uint32_t ts);
+    void KeepFrame(KdMonitorItem& item);
     uint32_t Collect(uint32_t id);
     void ShowFigures(bool always);
     void WriteLine(char* text);
@@ -95,4 +99,5 @@ private:
     std::mutex m_collectLock;
     std::vector<uint32_t> m_collectedIds;
     std::mutex m_listLock;
+    TraceStore* m_trace = nullptr;
 };

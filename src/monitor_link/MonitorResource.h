@@ -23,4 +23,7 @@ enum : int {
     IDC_MOLI_ITEMS_PER_SECOND = 2018,
     IDC_MOLI_BUSLOAD = 2029,
     IDC_MOLI_LIST = 125,
+    // Commands of the list's context menu.
+    ID_SAVE_CANDUMP = 40001,
+    ID_SAVE_ASC = 40002,
 };
