@@ -9,6 +9,7 @@
 #include "app/CAboutDlg.h"
 #include "app/CQuillonApp.h"
 #include "app/Resource.h"
+#include "editors/CParameterDialog.h"
 #include "editors/ComParam_Dialog.h"
 #include "editors/EditorResource.h"
 #include "editors/IoCtlFilterDialog.h"
@@ -18,6 +19,7 @@
 #include "logical_link/LoLiDialogKeldaPDUAPI.h"
 #include "logical_link/MaskAndPatternDialog.h"
 #include "logical_link/TxFlagsDlg.h"
+#include "monitor_link/CFilterDlg.h"
 #include "monitor_link/CMoLiDlg.h"
 #include "monitor_link/MonitorResource.h"
 #include "service_dialogs/SODConfDialog.h"
@@ -25,7 +27,9 @@
 #include "service_dialogs/SetTraceOptionsDialog.h"
 #include "service_dialogs/VCIWLANStatDialog.h"
 #include "qt/AboutView.h"
+#include "qt/CFilterDlgView.h"
 #include "qt/CMoLiDlgView.h"
+#include "qt/CParameterDialogView.h"
 #include "qt/ComParam_DialogView.h"
 #include "qt/IoCtlFilterDialogView.h"
 #include "qt/URID_Table_DialogView.h"
@@ -47,6 +51,9 @@ void RegisterViews(QtUi& ui)
     ui.RegisterView(IDD_LOLI_KELDA,
                     [](Dialog& d) { return new LoLiDialogKeldaPDUAPIView(static_cast<LoLiDialogKeldaPDUAPI&>(d)); });
     ui.RegisterView(IDD_MOLI, [](Dialog& d) { return new CMoLiDlgView(static_cast<CMoLiDlg&>(d)); });
+    ui.RegisterView(CFilterDlg::IDD, [](Dialog& d) { return new CFilterDlgView(static_cast<CFilterDlg&>(d)); });
+    ui.RegisterView(CParameterDialog::IDD,
+                    [](Dialog& d) { return new CParameterDialogView(static_cast<CParameterDialog&>(d)); });
     ui.RegisterView(IDD_LOLI_PLAIN, [](Dialog& d) { return new LoLiDialogView(static_cast<LoLiDialog&>(d)); });
     ui.RegisterView(IDD_TX_FLAGS, [](Dialog& d) { return new TxFlagsDlgView(static_cast<TxFlagsDlg&>(d)); });
     ui.RegisterView(IDD_MASK_AND_PATTERN,

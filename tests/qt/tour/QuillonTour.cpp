@@ -41,6 +41,7 @@
 #include "editors/IoCtlFilterDialog.h"
 #include "logical_link/LinkResource.h"
 #include "monitor_link/MonitorResource.h"
+#include "platform/ProfileFile.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
 #include "qt/LogView.h"
@@ -430,6 +431,11 @@ private:
             auto* button = Widget<QPushButton>(MonitorView(), IDC_MOLI_ML_PARAM);
             QTimer::singleShot(0, button, [button] { button->click(); });
         }, 260, "parameters");
+        Do("two saved ID filters", [this] {
+            const std::string ini = Dlg()->GetIniPath();
+            platform::ProfileFile::WriteString(ini, "Filter", "0", "0x7e8, 0x7df");
+            platform::ProfileFile::WriteString(ini, "Filter", "1", "0x18fef100");
+        });
         // Alt+L, as the window's shortcut delivers it.
         MonitorDialog("Alt+L", [this] {
             auto* shortcut = MonitorView()->findChild<QShortcut*>(QStringLiteral("hotkey2"));
