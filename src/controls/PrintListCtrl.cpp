@@ -1,5 +1,6 @@
 #include "controls/PrintListCtrl.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -75,6 +76,8 @@ void PrintListCtrl::Append(uint32_t col, const char* text, size_t length, bool b
 }
 
 void PrintListCtrl::EndRow() {
+    if (m_rowsEndedSinceFlush < ROWS)
+        ++m_rowsEndedSinceFlush;
     if (++m_rowCount > ROWS) {
         m_rowCount = ROWS;
         m_headRow = (m_headRow + 1) % ROWS;
@@ -136,6 +139,9 @@ PrintListCtrl::FlushResult PrintListCtrl::TakeChanges() {
     result.firstRedrawRow = m_rowCount < SCREEN_ROWS + 1 ? 0 : m_rowCount - SCREEN_ROWS;
     result.shifted = m_shifted;
     result.cleared = m_cleared;
+    // The row in progress at the last flush, every row ended since, and the one in progress now.
+    result.writtenRows = std::min(m_rowsEndedSinceFlush + 1, m_rowCount);
+    m_rowsEndedSinceFlush = 0;
     m_shifted = m_cleared = false;
     return result;
 }
@@ -162,6 +168,17 @@ uint32_t PrintListCtrl::GetRowColour(int row) const {
     if (row < 0 || static_cast<uint32_t>(row) >= m_rowCount)
         return WHITE;
     return m_rowColours[RingRow(row)];
+}
+
+std::vector<uint32_t> PrintListCtrl::CellLengths(int first, int last) const {
+    std::lock_guard lock(m_ringMutex);
+    std::vector<uint32_t> lengths;
+    first = std::max(first, 0);
+    last = std::min(last, static_cast<int>(m_rowCount) - 1);
+    for (int row = first; row <= last; ++row)
+        for (uint32_t col = 0; col < COLUMNS; ++col)
+            lengths.push_back(static_cast<uint32_t>(Cell(RingRow(static_cast<uint32_t>(row)), col).size()));
+    return lengths;
 }
 
 std::vector<std::string> PrintListCtrl::Rows() const {

@@ -35,6 +35,7 @@ public:
         uint32_t previousRowCount = 0; // the item count before this flush
         bool shifted = false;          // the ring dropped its oldest rows: every row moved up
         bool cleared = false;          // Clear ran since the last flush
+        uint32_t writtenRows = 0;      // the last rows that got text since the last flush
     };
 
     using FlushListener = std::function<void(const FlushResult&)>;
@@ -72,6 +73,9 @@ public:
 
     // Every row in use right now, flushed or not, cells joined by tabs without trailing empties.
     std::vector<std::string> Rows() const;
+    // The byte length of every cell of rows first..last, row by row, in one hold of the ring:
+    // a view measures a flush's rows without taking turns with the writer for each cell.
+    std::vector<uint32_t> CellLengths(int first, int last) const;
     uint32_t RowCount() const;
 
 private:
@@ -93,6 +97,7 @@ private:
     bool m_dirty = false;
     bool m_shifted = false;
     bool m_cleared = false;
+    uint32_t m_rowsEndedSinceFlush = 0;
     uint32_t m_shownCount = 0;
     FlushListener m_flushListener;
 };

@@ -65,6 +65,7 @@ LogView::LogView(controls::PrintListCtrl& list, int columns, QWidget* parent)
     setModel(m_model);
     setFont(ReadableFixedFont());
     m_charWidth = std::max(1, fontMetrics().maxWidth());
+    m_fixedPitch = AsciiFixedPitch(fontMetrics());
     m_textMargins = TextWidth(QString());
     horizontalHeader()->hide();
     verticalHeader()->hide();
@@ -90,8 +91,10 @@ LogView::LogView(controls::PrintListCtrl& list, int columns, QWidget* parent)
         ForgetWidths();
         MeasureRows(std::max(0, m_model->rowCount() - kMeasureLimit), m_model->rowCount() - 1);
     });
-    connect(m_model, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& from, const QModelIndex& to) {
-        MeasureRows(std::max(from.row(), to.row() + 1 - kMeasureLimit), to.row());
+    // Only rows with new text can be wider than before: a full ring that moved every row up
+    // costs no more to measure than the rows it took in.
+    connect(m_model, &PrintListModel::written, this, [this](int first, int last) {
+        MeasureRows(std::max(first, last + 1 - kMeasureLimit), last);
     });
     // Rows that a flush left unmeasured are measured when the user scrolls to them.
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] {
@@ -150,6 +153,20 @@ void LogView::contextMenuEvent(QContextMenuEvent* event) {
     menu->deleteLater();
 }
 
+// A new face ("Large Font") makes every width measured so far wrong: the rows on hand are
+// measured again in it.
+void LogView::changeEvent(QEvent* event) {
+    QTableView::changeEvent(event);
+    if (event->type() != QEvent::FontChange)
+        return;
+    m_charWidth = std::max(1, fontMetrics().maxWidth());
+    m_fixedPitch = AsciiFixedPitch(fontMetrics());
+    m_textMargins = TextWidth(QString());
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 2);
+    ForgetWidths();
+    MeasureRows(std::max(0, m_model->rowCount() - kMeasureLimit), m_model->rowCount() - 1);
+}
+
 void LogView::RunCommand(int id) {
     if (id == controls::CListCtrlEx::ID_COPY) {
         CopyToClipboard();
@@ -197,6 +214,16 @@ void LogView::SelectionFromList() {
     m_syncing = false;
 }
 
+// Whether every printable ASCII character takes the same advance: the rows are ASCII, and some
+// fixed-pitch faces do not call themselves that.
+bool LogView::AsciiFixedPitch(const QFontMetrics& metrics) {
+    const int advance = metrics.horizontalAdvance(QLatin1Char(' '));
+    for (char c = '!'; c <= '~'; ++c)
+        if (metrics.horizontalAdvance(QLatin1Char(c)) != advance)
+            return false;
+    return true;
+}
+
 int LogView::TextWidth(const QString& text) const {
     // The item delegate keeps this margin on either side of a cell's text.
     const int margin = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
@@ -207,14 +234,28 @@ void LogView::MeasureRows(int first, int last) {
     const int columns = m_model->columnCount();
     if (static_cast<int>(m_longest.size()) < columns)
         m_longest.resize(static_cast<size_t>(columns), 0);
+    if (static_cast<int>(m_longestLength.size()) < columns)
+        m_longestLength.resize(static_cast<size_t>(columns), 0);
     bool wider = false;
+    first = std::max(first, 0);
     last = std::min(last, m_model->rowCount() - 1);
-    for (int row = std::max(first, 0); row <= last; ++row) {
+    // No text is wider than its length in the font's widest character: most cells need no
+    // measuring at all, and their lengths come in one piece while the writer runs flat out.
+    const std::vector<uint32_t> lengths = m_list.CellLengths(first, last);
+    const int listColumns = static_cast<int>(controls::PrintListCtrl::COLUMNS);
+    for (int row = first; row <= last; ++row) {
         for (int col = 0; col < columns; ++col) {
-            const QString text = m_model->data(m_model->index(row, col)).toString();
+            const size_t at = static_cast<size_t>(row - first) * listColumns + col;
             int& longest = m_longest[static_cast<size_t>(col)];
-            // No text is wider than its length in the font's widest character: most rows need
-            // no measuring at all.
+            uint32_t& longestLength = m_longestLength[static_cast<size_t>(col)];
+            if (col < listColumns && at < lengths.size()) {
+                if (static_cast<int>(lengths[at]) * m_charWidth + m_textMargins <= longest)
+                    continue;
+                if (m_fixedPitch && lengths[at] <= longestLength)
+                    continue;
+                longestLength = std::max(longestLength, lengths[at]);
+            }
+            const QString text = m_model->data(m_model->index(row, col)).toString();
             if (text.size() * m_charWidth + m_textMargins <= longest)
                 continue;
             const int width = TextWidth(text);
@@ -230,6 +271,7 @@ void LogView::MeasureRows(int first, int last) {
 
 void LogView::ForgetWidths() {
     std::fill(m_longest.begin(), m_longest.end(), 0);
+    std::fill(m_longestLength.begin(), m_longestLength.end(), 0u);
     ApplyColumnWidths();
 }
 

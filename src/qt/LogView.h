@@ -47,6 +47,8 @@ public:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    static bool AsciiFixedPitch(const QFontMetrics& metrics);
     bool viewportEvent(QEvent* event) override;
 
 private:
@@ -66,5 +68,9 @@ private:
     std::atomic<bool> m_syncPending{false};
     std::vector<int> m_longest;  // per column: the widest cell shown since the last clear
     int m_charWidth = 0;         // the font's widest character, for a cheap first test
+    // Per column, the longest cell measured: in a fixed-pitch font no shorter text is wider, so
+    // at full traffic only a text longer than any before is measured.
+    std::vector<uint32_t> m_longestLength;
+    bool m_fixedPitch = false;
     int m_textMargins = 0;       // what a cell adds to its text's width
 };

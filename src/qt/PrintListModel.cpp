@@ -77,5 +77,7 @@ void PrintListModel::Follow(const controls::PrintListCtrl::FlushResult& result) 
     int first = result.shifted ? 0 : std::min(static_cast<int>(result.firstRedrawRow), std::max(previous - 1, 0));
     if (m_rows > 0)
         emit dataChanged(index(first, 0), index(m_rows - 1, m_columns - 1));
+    if (result.writtenRows > 0)
+        emit written(m_rows - static_cast<int>(result.writtenRows), m_rows - 1);
     emit flushed();
 }

@@ -29,6 +29,8 @@ public:
 
 signals:
     void flushed();
+    // Rows first..last got text since the previous flush (a full ring also moves every row up).
+    void written(int first, int last);
 
 private:
     void Follow(const controls::PrintListCtrl::FlushResult& result);
