@@ -6,6 +6,8 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QComboBox>
+#include <QElapsedTimer>
+#include <QThread>
 #include <QFocusEvent>
 #include <QGroupBox>
 #include <QHelpEvent>
@@ -89,8 +91,13 @@ protected:
 struct SyncLink {
     std::mutex mutex;
     QObject* syncer = nullptr;
-    bool pending = false;  // one queued sync per widget at a time
+    bool pending = false;     // one queued sync per widget at a time
+    bool fromWorker = false;  // a thread other than the GUI's changed the control
 };
+
+// A worker that changes a control flat out (a monitor's counters) gets it shown at this pace:
+// what it costs is a repaint, and nobody reads faster.
+constexpr int kWorkerSyncPeriodMs = 40;
 
 // Stored on the widget: re-reads the control into the widget. Runs on the GUI thread only.
 struct Syncer : QObject {
@@ -109,17 +116,30 @@ struct Syncer : QObject {
     }
     void Run()
     {
+        bool worker;
+        {
+            std::lock_guard lock(link->mutex);
+            worker = link->fromWorker;
+        }
+        if (worker && lastRun.isValid() && lastRun.elapsed() < kWorkerSyncPeriodMs) {
+            // Still pending: the observer posts nothing more until this runs.
+            QTimer::singleShot(kWorkerSyncPeriodMs - static_cast<int>(lastRun.elapsed()), this, [this] { Run(); });
+            return;
+        }
         {
             std::lock_guard lock(link->mutex);
             link->pending = false;
+            link->fromWorker = false;
         }
         sync();
+        lastRun.start();
     }
 
     controls::Control& control;
     std::function<void()> sync;
     std::shared_ptr<SyncLink> link;
     int token = 0;
+    QElapsedTimer lastRun;
 };
 
 void ApplyCommonState(const controls::Control& control, QWidget* widget)
@@ -141,7 +161,9 @@ void Attach(controls::Control& control, QWidget* widget, std::function<void()> s
     widget->setProperty(kSyncProperty, QVariant::fromValue(static_cast<QObject*>(syncer)));
     syncer->token = control.AddObserver([link = syncer->link](const controls::Control&) {
         std::lock_guard lock(link->mutex);
-        if (!link->syncer || link->pending) return;
+        if (!link->syncer) return;
+        if (QThread::currentThread() != link->syncer->thread()) link->fromWorker = true;
+        if (link->pending) return;
         link->pending = true;
         auto* target = static_cast<Syncer*>(link->syncer);
         // The posted call dies with its target if the widget goes first.
