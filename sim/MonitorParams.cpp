@@ -16,6 +16,15 @@ std::string DefaultTraffic() {
     return traffic != nullptr && *traffic != '\0' ? traffic : "bus";
 }
 
+// A bench at full traffic sets the rate for every new link the same way.
+uint32_t DefaultTrafficRate() {
+    const char* rate = std::getenv("PDUSIM_MONITOR_RATE");
+    if (rate == nullptr || *rate == '\0') return 200;
+    char* end = nullptr;
+    const unsigned long value = std::strtoul(rate, &end, 10);
+    return *end == '\0' && value <= 1000000 ? static_cast<uint32_t>(value) : 200;
+}
+
 }  // namespace
 
 MonitorParams::MonitorParams() {
@@ -26,7 +35,7 @@ MonitorParams::MonitorParams() {
         {"AcceptanceMask", KDT_PAR_TYPE_U8_ARRAY, 0, {0xff, 0xff, 0x07, 0x00}, {}},
         {"ListenIds", KDT_PAR_TYPE_U32_ARRAY, 0, {0x7e0, 0x7e8, 0x18daf110}, {}},
         {"Traffic", KDT_PAR_TYPE_TCHAR, 0, {}, DefaultTraffic()},
-        {"TrafficRate", KDT_PAR_TYPE_U32, 200, {}, {}},
+        {"TrafficRate", KDT_PAR_TYPE_U32, DefaultTrafficRate(), {}, {}},
         {"ItemsPerNotice", KDT_PAR_TYPE_U32, 8, {}, {}},
         {"LostItems", KDT_PAR_TYPE_U32, 0, {}, {}},
         {"GeneratedItems", KDT_PAR_TYPE_U32, 0, {}, {}},

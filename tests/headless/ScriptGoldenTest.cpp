@@ -59,7 +59,7 @@ std::string RunScript(const std::string& scriptPath, int& exitCode)
     }
     // Each script's Sync waits stay its own, whatever runs beside it.
     const std::string name = std::filesystem::path(scriptPath).stem().string();
-    const std::string command = "cd '" + dir.Path() + "' && env -u PDUSIM_FAULTS -u PDUSIM_MDF -u PDUSIM_JOURNAL -u PDUSIM_WLAN -u PDUSIM_MODULES -u PDUSIM_MONITOR_TRAFFIC QUILLON_EVENT_NAMESPACE=golden_" + name + " " + env +
+    const std::string command = "cd '" + dir.Path() + "' && env -u PDUSIM_FAULTS -u PDUSIM_MDF -u PDUSIM_JOURNAL -u PDUSIM_WLAN -u PDUSIM_MODULES -u PDUSIM_MONITOR_TRAFFIC -u PDUSIM_MONITOR_RATE QUILLON_EVENT_NAMESPACE=golden_" + name + " " + env +
                                 " " + QUILLON_RUNTIME_DIR +
                                 "/quillon-cli --ini '" + dir.File("Quillon.ini") + "' --root '" + QUILLON_RUNTIME_DIR +
                                 "/pdu_api_root.xml' " + HeaderValue(script, "args") + " '" + scriptPath + "' 2>&1";

@@ -6,12 +6,14 @@
 // time at which the main window closed, so that a script can measure how long the process takes
 // to end after it (scripts/ui-tour.sh).
 //
-// Usage: quillon-tour OUTPUT_DIR [load|parse|connect|monitor]
+// Usage: quillon-tour OUTPUT_DIR [load|parse|connect|monitor|monitor-tick]
 //   Screenshots go to OUTPUT_DIR as PNG files. With a step named, the tour presses Exit right
 //   after that step (to measure the exit in that state) and takes no screenshots. The tour also
 //   opens a link window and sends a request: the plain one, or with "monitor" (the bench started
 //   with -m1) the full one, with its Tx flags and expected-response dialogs; without "monitor" it
-//   then connects the module with WLAN and looks at its WLAN statistics.
+//   then connects the module with WLAN and looks at its WLAN statistics. "monitor-tick" opens only
+//   a monitor window, at $PDUSIM_MONITOR_RATE items a second (20000 unless set), and prints what
+//   the GUI thread's timer events and window repaints cost over five seconds (bench/README.md).
 // Exit code 0 when every step and check held, 1 otherwise.
 #include <QApplication>
 #include <QCheckBox>
@@ -28,6 +30,7 @@
 #include <QScrollBar>
 #include <QShortcut>
 #include <QTimer>
+#include <algorithm>
 #include <QToolTip>
 #include <chrono>
 #include <cstdio>
@@ -80,6 +83,51 @@ QImage Screenshot()
         if (w->isVisible()) painter.drawPixmap(w->geometry().topLeft(), w->grab());
     return image;
 }
+
+// Milliseconds of a kind of event, with their percentiles.
+struct Durations {
+    std::vector<double> ms;
+    double Percentile(int p) const
+    {
+        if (ms.empty()) return 0.0;
+        std::vector<double> sorted = ms;
+        std::sort(sorted.begin(), sorted.end());
+        return sorted[std::min(sorted.size() - 1, sorted.size() * static_cast<size_t>(p) / 100)];
+    }
+    QString Summary() const
+    {
+        return QStringLiteral("%1 of them, p50 %2 ms, p99 %3 ms, max %4 ms")
+            .arg(ms.size()).arg(Percentile(50), 0, 'f', 2).arg(Percentile(99), 0, 'f', 2).arg(Percentile(100), 0, 'f', 2);
+    }
+};
+
+// Delivers timer events and top-level repaints itself, to time them: a filter sees an event
+// before and never after its delivery.
+class TickMeter : public QObject {
+public:
+    QObject* ignored = nullptr;
+    Durations timers;
+    Durations repaints;
+
+protected:
+    bool eventFilter(QObject* target, QEvent* event) override
+    {
+        const bool timer = event->type() == QEvent::Timer && target != ignored && qobject_cast<QTimer*>(target);
+        const bool repaint = event->type() == QEvent::UpdateRequest && target->isWidgetType() &&
+                             static_cast<QWidget*>(target)->isWindow();
+        if (m_inside || (!timer && !repaint)) return false;
+        m_inside = true;
+        QElapsedTimer clock;
+        clock.start();
+        target->event(event);
+        (timer ? timers : repaints).ms.push_back(clock.nsecsElapsed() / 1e6);
+        m_inside = false;
+        return true;
+    }
+
+private:
+    bool m_inside = false;
+};
 
 // Steps run one after the other from a timer, so they go on inside modal loops too.
 class Tour : public QObject {
@@ -292,6 +340,10 @@ private:
         Then("a resource is confirmed", [this] { return !Dlg()->m_ResourceStatusEdit.GetWindowText().empty(); });
         Wait(400);
         if (m_exitAfter == "connect") return ExitNow();
+        if (m_exitAfter == "monitor-tick") {
+            MonitorTickTour();
+            return ExitNow();
+        }
         Do("look at the default size", [this] {
             const QSize size = Main()->size();
             const QSize screen = Main()->screen()->size();
@@ -447,6 +499,34 @@ private:
         Then("the monitor window goes", [this] { return Monitor() == nullptr; });
     }
 
+    // The monitor window at full traffic: what each timer event and each repaint of a window
+    // costs the GUI thread while the receive thread runs flat out.
+    void MonitorTickTour()
+    {
+        Do("open MoLi", [this] { Widget<QPushButton>(Main(), IDC_OPEN_MOLI)->click(); });
+        Then("the monitor window shows", [this] { return MonitorView() && MonitorView()->isVisible(); });
+        Do("open the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_OPEN)->click(); });
+        Then("rows come", [this] { return Monitor()->Decoder().MonCount() > 1000; });
+        Do("measure", [this] {
+            m_meter.ignored = &m_timer;
+            m_meterCountAtStart = Monitor()->Decoder().MonCount();
+            qApp->installEventFilter(&m_meter);
+        });
+        Wait(5000);
+        Do("report", [this] {
+            qApp->removeEventFilter(&m_meter);
+            const uint32_t rows = Monitor()->Decoder().MonCount() - m_meterCountAtStart;
+            Say(QStringLiteral("monitor at full traffic: %1 rows in 5 s").arg(rows));
+            Say("timer events: " + m_meter.timers.Summary());
+            Say("window repaints: " + m_meter.repaints.Summary());
+            Check(m_meter.timers.Percentile(99) < 16.0 && m_meter.repaints.Percentile(99) < 16.0,
+                  "the 50 ms tick and its repaint cost under 16 ms at p99");
+        });
+        Do("close the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
+        Do("close the monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
+        Then("the monitor window goes", [this] { return Monitor() == nullptr; });
+    }
+
     // A modal dialog of the monitor window: opened, looked at, left with Escape.
     void MonitorDialog(const QString& how, std::function<void()> open, int templateId, const QString& name)
     {
@@ -513,6 +593,8 @@ private:
     bool m_inStep = false;
     QRect m_defaultGeometry;
     QWidget* m_mainView = nullptr;
+    TickMeter m_meter;
+    uint32_t m_meterCountAtStart = 0;
     bool m_failed = false;
     long long m_closedAtMs = 0;
 };
@@ -530,8 +612,10 @@ int main(int argc, char** argv)
     QDir().mkpath(outDir);
     Tour* tour = nullptr;
     char monitor[] = "-m1";
-    char* benchArgv[] = {argv[0], exitAfter == "monitor" ? monitor : nullptr, nullptr};
-    RunBench(exitAfter == "monitor" ? 2 : 1, benchArgv, [&](QtUi& ui) { tour = new Tour(ui, outDir, exitAfter); });
+    const bool monitorMode = exitAfter == "monitor" || exitAfter == "monitor-tick";
+    if (exitAfter == "monitor-tick") setenv("PDUSIM_MONITOR_RATE", "20000", 0);
+    char* benchArgv[] = {argv[0], monitorMode ? monitor : nullptr, nullptr};
+    RunBench(monitorMode ? 2 : 1, benchArgv, [&](QtUi& ui) { tour = new Tour(ui, outDir, exitAfter); });
     const long long returned = WallMs();
     if (tour->ClosedAtMs() != 0)
         std::printf("[tour] main window closed at %lld ms, the bench returned %lld ms later\n", tour->ClosedAtMs(),
