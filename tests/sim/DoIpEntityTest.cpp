@@ -230,13 +230,14 @@ TEST(DoIpEntityTest, TesterWalksThroughEveryMessage) {
         ExpectAnswer(udp.Receive(), kEntity, 0x0000, {bad.code});
     }
 
-    // A broadcast finds all three: two of them with the same logical address.
-    udp.Send(kBroadcast, Frame(0x0001, {}));
+    // A broadcast finds all three: two of them with the same logical address. Entities of other
+    // processes on the loopback network may answer as well: their answers stay on a socket of its own.
+    UdpTester broadcaster;
+    broadcaster.Send(kBroadcast, Frame(0x0001, {}));
     std::map<std::string, uint16_t> found;
     while (found.size() < 3) {
-        const std::optional<Answer> answer = udp.Receive();
+        const std::optional<Answer> answer = broadcaster.Receive();
         ASSERT_TRUE(answer.has_value()) << "entities that answered the broadcast: " << found.size();
-        // Entities of other processes on the loopback network may answer as well.
         if (answer->from.rfind("127.41.0.", 0) == 0 && answer->frame.Type() == 0x0004)
             found[answer->from] = answer->frame.U16At(17);
     }
