@@ -149,6 +149,7 @@ T_PDU_ERROR PDU_CALL PDUModuleConnect(UNUM32 hMod) {
     SimModule* module = nullptr;
     if (const T_PDU_ERROR e = FindModule(hMod, module)) return e;
     module->connected = true;
+    Sys().UpdateDoIpEntities();
     return PDU_STATUS_NOERROR;
 }
 
@@ -160,6 +161,7 @@ T_PDU_ERROR PDU_CALL PDUModuleDisconnect(UNUM32 hMod) {
     if (!module->connected) return PDU_ERR_MODULE_NOT_CONNECTED;
     Sys().DestroyLinksOf(*module);
     module->connected = false;
+    Sys().UpdateDoIpEntities();
     const CallbackDispatcher::Fence fence = Sys().ForgetCallbacks(hMod, CallbackDispatcher::kAnyLink);
     lock.unlock();
     fence.Wait();  // the host may free its links' tags now

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "ItemFactory.h"
@@ -73,6 +74,7 @@ T_PDU_ERROR SimSystem::Construct(void* apiTag) {
     m_apiTag = apiTag;
     m_vehicle = std::make_unique<Vehicle>();
     m_vehicle->SetResponseDelayScale(m_faults.SlowFactor());
+    m_doip = std::make_unique<DoIpNetwork>(DoIpNetwork::FromEnvironment(), *m_vehicle);
     m_errors = {m_catalog.ErrorCodeId("MRVNE_ERR_NO_ECU_RESPONSE"), m_catalog.ErrorCodeId("MRVNE_ERR_UNEXPECTED_FRAME"),
                 m_catalog.ErrorCodeId("MRVNE_ERR_KLINE_INIT_FAILED"), m_catalog.ErrorCodeId("MRVNE_ERR_VCI_LOST")};
     m_modules = MakeSimModules(m_catalog);
@@ -92,10 +94,12 @@ T_PDU_ERROR SimSystem::Destruct(std::unique_lock<std::mutex>& lock) {
     m_stopScheduler = true;
     std::thread scheduler = std::move(m_scheduler);
     std::unique_ptr<CallbackDispatcher> dispatcher = std::move(m_dispatcher);
+    std::unique_ptr<DoIpNetwork> doip = std::move(m_doip);
     lock.unlock();
     m_wake.notify_all();
     if (scheduler.joinable()) scheduler.join();
     dispatcher.reset();  // no callback runs once this returns (unless we are inside one)
+    doip.reset();        // its threads are joined before the vehicle goes
     lock.lock();
     m_links.clear();
     m_modules.clear();
@@ -212,8 +216,20 @@ T_PDU_ERROR SimSystem::Plug(uint32_t number, bool plugged) {
         module->connected = false;
     }
     module->plugged = plugged;
+    UpdateDoIpEntities();
     DeliverSystem(ItemFactory::Info(Now(), PDU_INFO_MODULE_LIST_CHG, 0));
     return PDU_STATUS_NOERROR;
+}
+
+// Not at PDUConstruct: every host process would then hold port 13400, and answer broadcasts, without
+// using DoIP at all.
+void SimSystem::UpdateDoIpEntities() {
+    if (m_doip == nullptr) return;
+    const bool wanted = std::any_of(m_modules.begin(), m_modules.end(), [](const auto& module) {
+        return module->isDoIp && module->plugged && module->connected;
+    });
+    if (wanted && !m_doip->Started()) m_doip->Start();
+    if (!wanted && m_doip->Started()) m_doip->Stop();
 }
 
 void SimSystem::Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag) {

@@ -14,6 +14,7 @@
 
 #include "CallbackDispatcher.h"
 #include "ComLogicalLink.h"
+#include "DoIpNetwork.h"
 #include "FaultInjection.h"
 #include "Journal.h"
 #include "LinkContext.h"
@@ -69,6 +70,8 @@ public:
 
     // Hot plug: raises PDU_INFO_MODULE_LIST_CHG on the system queue.
     T_PDU_ERROR Plug(uint32_t number, bool plugged);
+    // The vehicle's DoIP entities are on the network while a DoIP module is connected.
+    void UpdateDoIpEntities();
 
     EventQueue& SystemEvents() { return m_systemEvents; }
     void DeliverSystem(PDU_EVENT_ITEM* item);
@@ -103,6 +106,7 @@ private:
     PDU_IO_WLAN_SIGNAL_DATA m_wlan{};
     MdfCatalog m_catalog;
     std::unique_ptr<Vehicle> m_vehicle;
+    std::unique_ptr<DoIpNetwork> m_doip;  // uses m_vehicle: goes first
     std::vector<std::unique_ptr<SimModule>> m_modules;
     std::map<uint32_t, std::unique_ptr<ComLogicalLink>> m_links;
     EventQueue m_systemEvents;

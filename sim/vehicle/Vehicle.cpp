@@ -187,6 +187,13 @@ std::vector<VehicleResponse> Vehicle::Request(const VehicleRequest& request) {
     return {};
 }
 
+bool Vehicle::ListensOnDoIp(uint32_t address) const {
+    std::lock_guard<std::mutex> lock(m_impl->mutex);
+    for (const UdsNode& node : m_impl->doipNodes)
+        if (Lookup(node.physical, address) || Lookup(node.functional, address)) return true;
+    return false;
+}
+
 std::vector<std::vector<uint8_t>> Vehicle::BusTraffic(uint32_t periodIndex) {
     return RawCanNode::Traffic(periodIndex);
 }

@@ -44,6 +44,9 @@ public:
     // PDU_ERR_EVT_RX_TIMEOUT). "Slow" answers are scaled by SetResponseDelayScale.
     std::vector<VehicleResponse> Request(const VehicleRequest& request);
 
+    // Whether a DoIP request to this logical address reaches an ECU (physical or functional).
+    bool ListensOnDoIp(uint32_t address) const;
+
     // Background traffic for monitoring and endless receive cycles on raw CAN: the frames the bus
     // carries in one period (4-byte big-endian id + data each).
     std::vector<std::vector<uint8_t>> BusTraffic(uint32_t periodIndex);

@@ -114,6 +114,10 @@ TEST(Vehicle, RoutesByBusProtocolAndAddress) {
     for (const Row& row : rows) {
         Vehicle vehicle;
         ExpectAnswers(vehicle.Request(row.request), row.expected, row.name);
+        // A DoIP entity refuses a target nobody answers from before it asks.
+        if (row.request.bus == VehicleBus::Ethernet) {
+            EXPECT_EQ(vehicle.ListensOnDoIp(row.request.targetAddress), !row.expected.empty()) << row.name;
+        }
     }
 }
 
