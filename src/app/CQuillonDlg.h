@@ -133,7 +133,7 @@ public:
 
     // Monitor links and service dialogs of later work.
     void OnBnClickedOpenMoLi();
-    void OnBnClickedDoIpIoCtl() {}
+    void OnBnClickedDoIpIoCtl();
     void OnBnClickedVciWlanStat();
     void OnBnClickedSetTracePath();
     void OnBnClickedSodConf();

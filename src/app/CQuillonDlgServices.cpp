@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "app/CQuillonDlg.h"
+#include "service_dialogs/DoIPIoCtlDlg.h"
 #include "service_dialogs/SODConfDialog.h"
 #include "service_dialogs/SetBrokerDialog.h"
 #include "service_dialogs/SetTraceOptionsDialog.h"
@@ -25,6 +26,12 @@ void CQuillonDlg::OpenOnce(Dialog*& pointer, const char* alreadyOpen,
         return;
     }
     pointer = OpenServiceDialog(make());
+}
+
+void CQuillonDlg::OnBnClickedDoIpIoCtl()
+{
+    OpenOnce(m_pDoIpIoCtlDlg, "The DoIP IoCtl dialog is already open!",
+             [this] { return std::make_shared<DoIPIoCtlDlg>(m_ui, *this); });
 }
 
 void CQuillonDlg::OnBnClickedVciWlanStat()
