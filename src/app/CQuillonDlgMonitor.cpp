@@ -6,6 +6,7 @@
 
 #include "app/CQuillonDlg.h"
 #include "description/HardwareModel.h"
+#include "monitor_link/CDoIpMoLiDlg.h"
 #include "pdu/MorvaneExtensions.h"
 #include "pdu/PduApi.h"
 #include "pdu/PduStatusText.h"
@@ -85,11 +86,24 @@ void CQuillonDlg::OnBnClickedOpenMoLi()
     if (m_AlignMode == 2) dialog->PlaceRightOf(*this);
 }
 
-// The DoIP monitor window is not part of this bench yet.
+// The DoIP monitor window runs on an ordinary link of the module of the monitor VCI combo.
 void CQuillonDlg::OpenDoIpMoLi()
 {
-    Log("%s", kShortSeparator);
-    Log("Error: Could not create a new MonitorLink dialog!\n");
+    auto dialog = MakeLinkDialog<CDoIpMoLiDlg>(m_ui);
+    dialog->m_protocolName = m_InfoProtocolEdit.GetWindowText();
+    dialog->m_pMainDlg = this;
+    const PduModuleRec* module = FindModule(ComboText(m_MonitorVciCombo, kVciTextSize));
+    dialog->m_hMod = module ? module->hMod : PDU_HANDLE_UNDEF;
+    char title[400];
+    std::snprintf(title, sizeof title, "Monitor on %s(%d)", "DoIp instance", static_cast<int>(m_SelectedResourceId));
+    dialog->m_title = title;
+    const std::string label = m_LabelEdit.GetWindowText();
+    if (!label.empty()) dialog->m_title += " - " + label;
+    m_MonitorDialogs.push_back(dialog);
+    if (!dialog->OnInitDialog()) return;
+    m_ui.ShowModeless(*dialog);
+    if (m_AlignMode == 1) dialog->PlaceRightOfCenter(*this);
+    if (m_AlignMode == 2) dialog->PlaceRightOf(*this);
 }
 
 bool CQuillonDlg::FindMonitorHardware(const std::string& vciText, uint32_t& hardwareType)

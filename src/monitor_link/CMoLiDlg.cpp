@@ -129,7 +129,7 @@ void CMoLiDlg::InsertColumns()
     for (int i = 0; i < 6; ++i) m_List.InsertColumn(i, columns[i].heading, columns[i].format, columns[i].width);
 }
 
-bool CMoLiDlg::OnInitDialog()
+void CMoLiDlg::PrepareWindow()
 {
     m_List.SetFont(kNormalFont);
     m_bLinkOpen = false;
@@ -139,16 +139,32 @@ bool CMoLiDlg::OnInitDialog()
     InsertColumns();
     m_decoder.RefreshCounters();
     SetWindowText("(" + m_protocolName + ")-" + std::to_string(m_resourceId) + "-" + m_busTypeName);
-    {
-        std::lock_guard lock(g_monitorLock);
-        g_monitorDialog = Self();
-    }
     m_DisableScreenCheck.SetCheck(0);
     m_screenDisabled = false;
     m_decoder.SetScreenDisabled(false);
     m_decoder.SetFilter(MonitorLineDecoder::FILTER_OFF, {});
     SetWindowText(m_title);
+}
 
+void CMoLiDlg::StartHotKeysAndTimer()
+{
+    RegisterHotKeys();
+    m_hTimer = m_ui.SetTimer(*this, m_timerId, kTimerPeriodMs) ? m_timerId : 0;
+}
+
+void CMoLiDlg::StopTimer()
+{
+    if (m_hTimer) m_ui.KillTimer(*this, m_timerId);
+    m_hTimer = 0;
+}
+
+bool CMoLiDlg::OnInitDialog()
+{
+    PrepareWindow();
+    {
+        std::lock_guard lock(g_monitorLock);
+        g_monitorDialog = Self();
+    }
     StartReceiveThread();
 
     if (!m_pMonitorService) {
@@ -172,8 +188,7 @@ bool CMoLiDlg::OnInitDialog()
     } catch (const KdException& e) {
         ShowException(e);
     }
-    RegisterHotKeys();
-    m_hTimer = m_ui.SetTimer(*this, m_timerId, kTimerPeriodMs) ? m_timerId : 0;
+    StartHotKeysAndTimer();
     return true;
 }
 
@@ -318,8 +333,7 @@ void CMoLiDlg::OnBnClickedCloseWindow()
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(m_closeSettleMs));
     UnregisterHotKeys();
-    if (m_hTimer) m_ui.KillTimer(*this, m_timerId);
-    m_hTimer = 0;
+    StopTimer();
     OnOK();
 }
 

@@ -39,11 +39,11 @@ public:
 
     static void OnMonitorEvent(uint32_t handle, KdObject* object);
 
-    void OnBnClickedOpen();
-    void OnBnClickedClose();
-    void OnBnClickedCloseWindow();
+    virtual void OnBnClickedOpen();
+    virtual void OnBnClickedClose();
+    virtual void OnBnClickedCloseWindow();
     void OnBnClickedClearScreen();
-    void OnBnClickedMlParam();
+    virtual void OnBnClickedMlParam();
     void OnBnClickedDisableScreen();
     void OnBnClickedLargeFont();
     void OnBnClickedResetCounters();
@@ -56,7 +56,7 @@ public:
     const TraceStore& Trace() const { return m_trace; }
 
     // The library is about to go: the window lets go of the service and stays with its rows.
-    void DetachService();
+    virtual void DetachService();
 
     // Filled by the launcher before OnInitDialog.
     uint32_t m_hardwareType = 0;
@@ -91,33 +91,41 @@ public:
     bool IsLinkOpen() const { return m_bLinkOpen; }
     const MonitorLineDecoder& Decoder() const { return m_decoder; }
 
+protected:
+    // What every monitor window does first in OnInitDialog: fonts, columns, counters, title.
+    void PrepareWindow();
+    // And last: the hot keys and the 50 ms timer.
+    void StartHotKeysAndTimer();
+    virtual void InsertColumns();
+    void OnOK();
+    void EndWindow(int code);
+    void UnregisterHotKeys();
+    void StopTimer();
+    void ShowException(const KdException& e);
+
+    bool m_bLinkOpen = false;
+    MonitorLineDecoder m_decoder;
+    std::mutex m_threadLock;
+
 private:
     void RegisterControls();
     void BindHandlers();
-    void InsertColumns();
     void StartReceiveThread();
     void StopReceiveThread();
     void ReceiveThread();
     void OnCancel();
-    void OnOK();
-    void EndWindow(int code);
     void ForgetAsMonitorWindow();
-    void ShowException(const KdException& e);
     void SetIdFilter(uint32_t mode);
     void RegisterHotKeys();
-    void UnregisterHotKeys();
     void ReleaseLink();
     std::string IniPath() const;
 
     std::shared_ptr<CMoLiDlg> Self();
 
     KdMonitorLink* m_pMoLi = nullptr;  // written by the UI thread under m_threadLock
-    bool m_bLinkOpen = false;
     bool m_bHotKeysRegistered = false;
     std::string m_filterText;
     TraceStore m_trace;
-    MonitorLineDecoder m_decoder;
-    std::mutex m_threadLock;
     WorkerThread m_rxThread;
     std::atomic<int> m_threadEnded{0};
     PDUObjectQueue m_itemQueue;
