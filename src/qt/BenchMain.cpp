@@ -22,6 +22,7 @@
 #include "monitor_link/CFilterDlg.h"
 #include "monitor_link/CMoLiDlg.h"
 #include "monitor_link/MonitorResource.h"
+#include "service_dialogs/DoIPIoCtlDlg.h"
 #include "service_dialogs/SODConfDialog.h"
 #include "service_dialogs/SetBrokerDialog.h"
 #include "service_dialogs/SetTraceOptionsDialog.h"
@@ -30,6 +31,7 @@
 #include "qt/CFilterDlgView.h"
 #include "qt/CMoLiDlgView.h"
 #include "qt/CParameterDialogView.h"
+#include "qt/DoIPIoCtlDlgView.h"
 #include "qt/ComParam_DialogView.h"
 #include "qt/IoCtlFilterDialogView.h"
 #include "qt/URID_Table_DialogView.h"
@@ -68,6 +70,7 @@ void RegisterViews(QtUi& ui)
                     [](Dialog& d) { return new VCIWLANStatDialogView(static_cast<VCIWLANStatDialog&>(d)); });
     ui.RegisterView(SetTraceOptionsDialog::IDD,
                     [](Dialog& d) { return new SetTraceOptionsDialogView(static_cast<SetTraceOptionsDialog&>(d)); });
+    ui.RegisterView(DoIPIoCtlDlg::IDD, [](Dialog& d) { return new DoIPIoCtlDlgView(static_cast<DoIPIoCtlDlg&>(d)); });
     ui.RegisterView(SODConfDialog::IDD, [](Dialog& d) { return new SODConfDialogView(static_cast<SODConfDialog&>(d)); });
     ui.RegisterView(SetBrokerDialog::IDD,
                     [](Dialog& d) { return new SetBrokerDialogView(static_cast<SetBrokerDialog&>(d)); });
