@@ -35,6 +35,14 @@ bool CDoIpMoLiDlg::OnInitDialog()
     return true;
 }
 
+void CDoIpMoLiDlg::OnTimer(unsigned id)
+{
+    CMoLiDlg::OnTimer(id);
+    if (id != m_timerId) return;
+    m_ItemsPerSecondEdit.SetWindowText("0");
+    m_BusLoadEdit.SetWindowText("0.00");
+}
+
 void PDU_CALL CDoIpMoLiDlg::OnPduEvent(T_PDU_EVT_DATA, UNUM32, UNUM32, void* pCllTag, void* pAPITag)
 {
     if (!pCllTag) {

@@ -14,6 +14,8 @@ public:
     ~CDoIpMoLiDlg() override;
 
     bool OnInitDialog() override;
+    // No decoder counts here: the figures stay at 0, written every tick all the same.
+    void OnTimer(unsigned id) override;
     void OnBnClickedOpen() override;
     void OnBnClickedClose() override;
     void OnBnClickedCloseWindow() override;

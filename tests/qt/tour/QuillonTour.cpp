@@ -44,6 +44,7 @@
 #include "editors/IoCtlFilterDialog.h"
 #include "logical_link/LinkResource.h"
 #include "monitor_link/MonitorResource.h"
+#include "service_dialogs/DoIPIoCtlDlg.h"
 #include "platform/ProfileFile.h"
 #include "qt/BenchMain.h"
 #include "qt/ControlBinder.h"
@@ -379,7 +380,10 @@ private:
             OpenAndLeave(IDC_ABOUT, [this]() -> Dialog& { return Dlg()->m_AboutDlg; }, "about", Qt::Key_Return, ui::IDOK);
         LinkTour(m_exitAfter == "monitor");
         if (m_exitAfter != "monitor") WlanTour();
-        if (m_exitAfter == "monitor") MonitorTour();
+        if (m_exitAfter == "monitor") {
+            MonitorTour();
+            DoIpTour();
+        }
         ExitNow();
     }
 
@@ -497,6 +501,41 @@ private:
         Do("close the monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
         Do("close the monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
         Then("the monitor window goes", [this] { return Monitor() == nullptr; });
+    }
+
+    QWidget* DoIpIoCtlView() const
+    {
+        return Dlg() && Dlg()->m_pDoIpIoCtlDlg ? m_ui.ViewOf(*Dlg()->m_pDoIpIoCtlDlg) : nullptr;
+    }
+
+    // The DoIP channel's monitor window, open, and the DoIP IoCtl dialog asking for the vehicles
+    // on the loopback network: both looked at, then closed.
+    void DoIpTour()
+    {
+        Do("choose the DoIP channel", [this] {
+            auto* combo = Widget<QComboBox>(Main(), IDC_CHANNEL_COMBO);
+            const int index = combo->findText("DOIP");
+            combo->setCurrentIndex(index);
+            emit combo->activated(index);
+        });
+        Do("open MoLi", [this] { Widget<QPushButton>(Main(), IDC_OPEN_MOLI)->click(); });
+        Then("the DoIP monitor window shows", [this] { return MonitorView() && MonitorView()->isVisible(); });
+        Do("open the DoIP monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_OPEN)->click(); });
+        Do("DoIP IoCtl", [this] { Widget<QPushButton>(Main(), IDC_DOIP_IOCTL)->click(); });
+        Then("the DoIP IoCtl dialog shows", [this] { return DoIpIoCtlView() && DoIpIoCtlView()->isVisible(); });
+        Do("ask for the vehicles", [this] {
+            Widget<QPushButton>(DoIpIoCtlView(), DoIPIoCtlDlg::IDC_SEND_IOCTL)->click();
+        });
+        Wait(1500);
+        Do("look at the DoIP IoCtl dialog", [this] { Shot("doip-ioctl"); });
+        Do("look at the DoIP monitor window", [this] {
+            MonitorView()->raise();
+            Shot("doip-monitor");
+        });
+        Do("close the DoIP IoCtl dialog", [this] { DoIpIoCtlView()->close(); });
+        Do("close the DoIP monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
+        Do("close the DoIP monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
+        Then("the DoIP monitor window goes", [this] { return Monitor() == nullptr; });
     }
 
     // The monitor window at full traffic: what each timer event and each repaint of a window
