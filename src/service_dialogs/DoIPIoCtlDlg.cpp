@@ -256,14 +256,21 @@ PDU_IO_ENTITY_ADDRESS_DATA DoIPIoCtlDlg::EntityAddress() const
     return {Number(m_LogicalAddressEdit), Number(m_TimeoutEdit)};
 }
 
-bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result)
+// Power mode and entity status: the entity's address in, an answer item out.
+bool DoIPIoCtlDlg::EntityQuery(const char* name, PDU_DATA_ITEM** answer, T_PDU_ERROR& result)
 {
     PDU_IO_ENTITY_ADDRESS_DATA address = EntityAddress();
     uint32_t id = 0;
-    if (!IoCtlId("PDU_IOCTL_GET_DIAGNOSTIC_POWER_MODE", id)) return false;
+    if (!IoCtlId(name, id)) return false;
     PDU_DATA_ITEM item{PDU_IT_IO_ENTITY_ADDRESS, &address};
+    result = PduApi.PDUIoCtl(m_hModule, PDU_HANDLE_UNDEF, id, &item, answer);
+    return true;
+}
+
+bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result)
+{
     AnswerItem answer;
-    result = PduApi.PDUIoCtl(m_hModule, PDU_HANDLE_UNDEF, id, &item, &answer.item);
+    if (!EntityQuery("PDU_IOCTL_GET_DIAGNOSTIC_POWER_MODE", &answer.item, result)) return false;
     if (result != PDU_STATUS_NOERROR) return true;
     char text[100];
     if (answer.Is(PDU_IT_IO_UNUM32))
@@ -274,13 +281,9 @@ bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result)
     return true;
 }
 
+// The status record itself is not shown: a success is all the dialog reports.
 bool DoIPIoCtlDlg::GetEntityStatus(T_PDU_ERROR& result)
 {
-    PDU_IO_ENTITY_ADDRESS_DATA address = EntityAddress();
-    uint32_t id = 0;
-    if (!IoCtlId("PDU_IOCTL_GET_ENTITY_STATUS", id)) return false;
-    PDU_DATA_ITEM item{PDU_IT_IO_ENTITY_ADDRESS, &address};
     AnswerItem answer;
-    result = PduApi.PDUIoCtl(m_hModule, PDU_HANDLE_UNDEF, id, &item, &answer.item);
-    return true;
+    return EntityQuery("PDU_IOCTL_GET_ENTITY_STATUS", &answer.item, result);
 }

@@ -68,6 +68,7 @@ private:
     bool VehicleIdRequest(T_PDU_ERROR& result);
     bool SetSwitchState(T_PDU_ERROR& result);
     bool GetPinValue(const char* name, controls::Edit& shown, T_PDU_ERROR& result);
+    bool EntityQuery(const char* name, PDU_DATA_ITEM** answer, T_PDU_ERROR& result);
     bool GetPowerMode(T_PDU_ERROR& result);
     bool GetEntityStatus(T_PDU_ERROR& result);
     bool ClearEntityList(T_PDU_ERROR& result);
