@@ -98,8 +98,13 @@ size_t KLineOverhead(KLineFormat format, size_t dataBytes) {
 }  // namespace
 
 ComLogicalLink::ComLogicalLink(uint32_t handle, SimModule& module, const MdfResource& resource,
-                               const MdfCatalog& catalog, void* tag, std::vector<uint8_t> createFlags)
-    : m_handle(handle), m_module(module), m_resource(resource), m_tag(tag), m_createFlags(std::move(createFlags)) {
+                               const MdfCatalog& catalog, void* tag, std::vector<uint8_t> createFlags, bool doIpMonitor)
+    : m_handle(handle),
+      m_module(module),
+      m_resource(resource),
+      m_tag(tag),
+      m_createFlags(std::move(createFlags)),
+      m_doIpMonitor(doIpMonitor) {
     const MdfProtocol* protocol = catalog.FindProtocol(resource.protocolId);
     const MdfProtocol* busType = catalog.FindBusType(resource.busTypeId);
     m_protocolName = protocol != nullptr ? protocol->name : std::string();
@@ -139,6 +144,7 @@ void ComLogicalLink::SetState(T_PDU_STATUS state, LinkContext& context) {
     const T_PDU_STATUS previous = m_state;
     m_state = state;
     const SteadyTime now = std::chrono::steady_clock::now();
+    if (m_doIpMonitor && previous == PDU_CLLST_OFFLINE) m_connectedAt = now;
     if (m_monitor && previous == PDU_CLLST_OFFLINE) {
         m_connectedAt = now;
         m_trafficEpoch = context.TrafficEpoch();
@@ -783,6 +789,30 @@ void ComLogicalLink::EmitFrame(const BusFrame& frame, ComPrimitive* cop, bool tr
         content.header = BigEndian32(frame.id);
     }
     context.Emit(*this, ItemFactory::Result(content));
+}
+
+// Each frame goes to the endless receive that waits for frames, else it shows on its own.
+void ComLogicalLink::HearDoIp(const std::vector<DoIpCapture>& captures, LinkContext& context) {
+    if (m_state == PDU_CLLST_OFFLINE) return;
+    ComPrimitive* receiver = nullptr;
+    for (const auto& cop : m_cops)
+        if (!cop->done && cop->awaiting && cop->sendCycles == 0) {
+            receiver = cop.get();
+            break;
+        }
+    for (const DoIpCapture& capture : captures) {
+        if (capture.time < m_connectedAt) continue;
+        ResultContent content;
+        content.hCop = receiver != nullptr ? receiver->handle : PDU_HANDLE_UNDEF;
+        content.copTag = receiver != nullptr ? receiver->tag : nullptr;
+        content.timestamp = context.Stamp(capture.time);
+        content.data = capture.frame;
+        content.timestampFlags = kStartMsgValid;
+        content.startMsgTimestamp = content.timestamp;
+        content.withExtraInfo = true;
+        content.header = DoIpTraffic::Header(capture);
+        context.Emit(*this, ItemFactory::Result(content));
+    }
 }
 
 // A frame of the bus on a monitor link: a receiving ComPrimitive whose expected responses fit

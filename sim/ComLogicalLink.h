@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ComPrimitive.h"
+#include "DoIpTraffic.h"
 #include "EventQueue.h"
 #include "ItemFactory.h"
 #include "LinkContext.h"
@@ -29,7 +30,7 @@ struct UridEntry {
 class ComLogicalLink {
 public:
     ComLogicalLink(uint32_t handle, SimModule& module, const MdfResource& resource, const MdfCatalog& catalog,
-                   void* tag, std::vector<uint8_t> createFlags);
+                   void* tag, std::vector<uint8_t> createFlags, bool doIpMonitor = false);
 
     uint32_t Handle() const { return m_handle; }
     SimModule& Module() { return m_module; }
@@ -41,6 +42,10 @@ public:
     bool IsDirectCan() const { return m_protocolName == "MSP_MRVNE_CAN"; }
     // A raw CAN link created with create flags byte 3 == 1: it shows every frame of its bus.
     bool IsMonitor() const { return m_monitor; }
+    // Created without resource data or id on a DoIP module or on none: it shows every DoIP frame
+    // of the simulator's sockets.
+    bool IsDoIpMonitor() const { return m_doIpMonitor; }
+    void HearDoIp(const std::vector<DoIpCapture>& captures, LinkContext& context);
     bool SharesCanBus(const ComLogicalLink& other) const;
     uint32_t Baud() const;
 
@@ -164,6 +169,7 @@ private:
     SteadyTime m_testerPresentDue = SteadyTime::max();
     std::deque<PendingResponse> m_testerPresentAnswers;  // an empty answer: none came in time
     bool m_monitor = false;
+    bool m_doIpMonitor = false;
     SteadyTime m_connectedAt{};
     std::multimap<SteadyTime, BusFrame> m_busFrames;  // by the time they are complete
     SteadyTime m_trafficEpoch{};

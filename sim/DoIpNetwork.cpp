@@ -57,7 +57,11 @@ DoIpNetwork::DoIpNetwork(const std::vector<DoIpEntity::Config>& configs, Vehicle
 
 void DoIpNetwork::Start() {
     std::string error;
-    for (auto& entity : m_entities) entity->Start(error);
+    bool reporter = false;
+    for (auto& entity : m_entities) {
+        entity->ReportBroadcasts(!reporter);
+        if (entity->Start(error)) reporter = true;
+    }
     m_started = true;
 }
 
