@@ -796,10 +796,14 @@ void ComLogicalLink::HearDoIp(const std::vector<DoIpCapture>& captures, LinkCont
     if (m_state == PDU_CLLST_OFFLINE) return;
     ComPrimitive* receiver = nullptr;
     for (const auto& cop : m_cops)
-        if (!cop->done && cop->awaiting && cop->sendCycles == 0) {
+        if (!cop->done && cop->type == PDU_COPT_SENDRECV && cop->background && cop->sendCycles == 0) {
             receiver = cop.get();
             break;
         }
+    // Frames may come before the scheduler's turn began it: it says EXECUTING before its first result.
+    const SteadyTime now = std::chrono::steady_clock::now();
+    if (receiver != nullptr && !receiver->started) Step(*receiver, now, context);
+    if (receiver != nullptr && !receiver->awaiting) Step(*receiver, now, context);
     for (const DoIpCapture& capture : captures) {
         if (capture.time < m_connectedAt) continue;
         ResultContent content;
