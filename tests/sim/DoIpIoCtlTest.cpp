@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <set>
+#include <thread>
 #include <string>
 #include <utility>
 #include <vector>
@@ -299,6 +300,28 @@ TEST_F(DoIpIoCtlTest, EthernetActivationLine) {
     ASSERT_EQ(api.PDUModuleDisconnect(kDoIpModule), PDU_STATUS_NOERROR);
     EXPECT_EQ(set(kDoIpModule, 8, 1), PDU_ERR_MODULE_NOT_CONNECTED);
     EXPECT_EQ(Identify(0, nullptr, 4, Ipv4("127.42.3.2"), 100), PDU_STATUS_NOERROR) << "at system level, finding nothing";
+    EXPECT_EQ(Discovered(), std::set<std::string>{});
+}
+
+}  // namespace
+
+namespace {
+
+// The library's lock is free while a vehicle identification waits: PDUDestruct may come between,
+// and the request then ends without touching what is gone.
+TEST_F(DoIpIoCtlTest, DestructWhileAnIdentificationWaits) {
+    Start({{"PDUSIM_DOIP_ADDR", "127.42.4.2"}});
+    const UNUM32 id = api.IoCtlId("PDU_IOCTL_VEHICLE_ID_REQUEST");
+    std::vector<uint8_t> address = Ipv4("127.42.4.9");  // nobody answers: it waits its whole time
+    PDU_IP_ADDR_INFO destination{4, address.data()};
+    PDU_IO_VEHICLE_ID_REQUEST request{0, nullptr, 0, 300, 1, &destination};
+    PDU_DATA_ITEM item{PDU_IT_IO_VEHICLE_ID_REQUEST, &request};
+    T_PDU_ERROR result = PDU_STATUS_NOERROR;
+    std::thread identification([&] { result = api.PDUIoCtl(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, id, &item, nullptr); });
+    EXPECT_EQ(api.PDUDestruct(), PDU_STATUS_NOERROR);
+    identification.join();
+    EXPECT_TRUE(result == PDU_STATUS_NOERROR || result == PDU_ERR_PDUAPI_NOT_CONSTRUCTED) << result;
+    ASSERT_EQ(api.PDUConstruct(const_cast<char*>(""), nullptr), PDU_STATUS_NOERROR);
     EXPECT_EQ(Discovered(), std::set<std::string>{});
 }
 

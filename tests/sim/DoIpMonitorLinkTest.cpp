@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -24,11 +25,18 @@ namespace {
 constexpr UNUM32 kDoIpModule = 3;
 constexpr UNUM32 kCanModule = 1;
 constexpr char kEntity[] = "127.43.0.2";
+constexpr char kDuplicate[] = "127.43.0.3";
 constexpr uint16_t kPort = 13400;
 
 struct Env {
-    Env() { setenv("PDUSIM_DOIP_ADDR", kEntity, 1); }
-    ~Env() { unsetenv("PDUSIM_DOIP_ADDR"); }
+    Env() {
+        setenv("PDUSIM_DOIP_ADDR", kEntity, 1);
+        setenv("PDUSIM_DOIP_DUPLICATE_ADDR", kDuplicate, 1);
+    }
+    ~Env() {
+        unsetenv("PDUSIM_DOIP_ADDR");
+        unsetenv("PDUSIM_DOIP_DUPLICATE_ADDR");
+    }
 };
 
 uint32_t Ip(const char* text) {
@@ -233,6 +241,70 @@ TEST_F(DoIpMonitorLinkTest, ShowsEveryFrameWithBothSides) {
         EXPECT_EQ(api.PDUDestroyComLogicalLink(owner, hCLL), PDU_STATUS_NOERROR);
         EXPECT_EQ(api.PDUConnect(owner, hCLL), PDU_ERR_INVALID_HANDLE);
     }
+}
+
+TEST_F(DoIpMonitorLinkTest, ABroadcastShowsOnceAndEachAnswer) {
+    UNUM32 hCLL = 0;
+    ASSERT_EQ(Create(PDU_HANDLE_UNDEF, hCLL), PDU_STATUS_NOERROR);
+    ASSERT_EQ(api.PDURegisterEventCallback(PDU_HANDLE_UNDEF, hCLL, &CallbackCounter::Callback), PDU_STATUS_NOERROR);
+    ASSERT_EQ(api.PDUConnect(PDU_HANDLE_UNDEF, hCLL), PDU_STATUS_NOERROR);
+    const uint32_t broadcast = Ip("127.255.255.255");
+    const std::set<uint32_t> entities = {Ip(kEntity), Ip(kDuplicate)};
+
+    // Another program's broadcast reaches both entities, the library's own goes out of its tester.
+    const int other = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(other, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = Ip("127.0.0.1");
+    bind(other, reinterpret_cast<const sockaddr*>(&local), sizeof local);
+    socklen_t size = sizeof local;
+    getsockname(other, reinterpret_cast<sockaddr*>(&local), &size);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(kPort);
+    to.sin_addr.s_addr = broadcast;
+    const Bytes request = DoIpFrame(0x0001, {}).Encode();
+    ASSERT_EQ(sendto(other, request.data(), request.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to), 8);
+    PDU_IO_VEHICLE_ID_REQUEST identification{0, nullptr, 0, 1000, 0, nullptr};
+    PDU_DATA_ITEM item{PDU_IT_IO_VEHICLE_ID_REQUEST, &identification};
+    ASSERT_EQ(api.PDUIoCtl(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, api.IoCtlId("PDU_IOCTL_VEHICLE_ID_REQUEST"), &item, nullptr),
+              PDU_STATUS_NOERROR);
+
+    // Per tester: its broadcast once, and an answer of each entity. An entity may answer before
+    // the one that tells of the broadcast has read it: the order is the network's.
+    const std::vector<Seen> frames = Frames(PDU_HANDLE_UNDEF, hCLL, 6, [&](const Seen& seen) {
+        return (seen.frameType == 0x02 && seen.other == broadcast) ||
+               (seen.frameType == 0x01 && entities.count(seen.other) != 0 && (seen.flags & 0x04) != 0);
+    });
+    close(other);
+    ASSERT_EQ(frames.size(), 6u);
+    std::map<uint16_t, std::vector<Seen>> byTester;
+    for (const Seen& seen : frames) byTester[seen.testerPort].push_back(seen);
+    ASSERT_EQ(byTester.size(), 2u);
+    EXPECT_EQ(byTester.count(ntohs(local.sin_port)), 1u);
+    for (const auto& [port, seen] : byTester) {
+        SCOPED_TRACE(port);
+        std::set<uint32_t> answered;
+        size_t broadcasts = 0;
+        for (const Seen& frame : seen) {
+            EXPECT_EQ(frame.otherPort, kPort);
+            if (frame.frameType == 0x02) {
+                ++broadcasts;
+                EXPECT_EQ(frame.flags, 0x10);
+                EXPECT_EQ(frame.payloadType, 0x0001);
+            } else {
+                EXPECT_EQ(frame.flags, 0x14);
+                EXPECT_EQ(frame.payloadType, 0x0004);
+                answered.insert(frame.other);
+            }
+        }
+        EXPECT_EQ(broadcasts, 1u);
+        EXPECT_EQ(answered, entities);
+    }
+    EXPECT_EQ(api.PDUDisconnect(PDU_HANDLE_UNDEF, hCLL), PDU_STATUS_NOERROR);
+    EXPECT_EQ(api.PDUDestroyComLogicalLink(PDU_HANDLE_UNDEF, hCLL), PDU_STATUS_NOERROR);
 }
 
 TEST_F(DoIpMonitorLinkTest, OnlyWithoutResourceOnDoIpOrNoModule) {
