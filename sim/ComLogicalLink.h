@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ComPrimitive.h"
+#include "DoIpTester.h"
 #include "DoIpTraffic.h"
 #include "EventQueue.h"
 #include "ItemFactory.h"
@@ -126,6 +127,11 @@ private:
                    LinkContext& context);
     void HearFrame(const BusFrame& frame, LinkContext& context);
     void RunMonitor(SteadyTime now, LinkContext& context);
+    // UDS over DoIP: the request goes over TCP to the entity; false when no entity is there for it.
+    bool SendOverDoIp(ComPrimitive& cop, const VehicleRequest& request, LinkContext& context);
+    void ReceiveDoIp(SteadyTime now, LinkContext& context);
+    void AnswerInside(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    bool AwaitsDoIp() const;
     SteadyTime TrafficDue(uint32_t period) const;
     uint32_t TrafficPeriodAt(SteadyTime time) const;
     uint32_t WireBaud(const LinkContext& context) const;
@@ -170,6 +176,7 @@ private:
     std::deque<PendingResponse> m_testerPresentAnswers;  // an empty answer: none came in time
     bool m_monitor = false;
     bool m_doIpMonitor = false;
+    std::unique_ptr<DoIpTcpTester> m_doIpTcp;
     SteadyTime m_connectedAt{};
     std::multimap<SteadyTime, BusFrame> m_busFrames;  // by the time they are complete
     SteadyTime m_trafficEpoch{};

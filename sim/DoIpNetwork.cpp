@@ -1,5 +1,7 @@
 #include "DoIpNetwork.h"
 
+#include <arpa/inet.h>
+
 #include <cstdlib>
 #include <string>
 
@@ -63,6 +65,13 @@ void DoIpNetwork::Start() {
         if (entity->Start(error)) reporter = true;
     }
     m_started = true;
+}
+
+std::optional<uint32_t> DoIpNetwork::LocalAddress() const {
+    if (m_entities.empty() || !m_entities.front()->Running()) return std::nullopt;
+    in_addr address{};
+    if (::inet_pton(AF_INET, m_entities.front()->Settings().address.c_str(), &address) != 1) return std::nullopt;
+    return address.s_addr;
 }
 
 void DoIpNetwork::Stop() {

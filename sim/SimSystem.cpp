@@ -331,6 +331,12 @@ const MdfResource* SimSystem::DoIpResource() const {
     return nullptr;
 }
 
+std::optional<uint32_t> SimSystem::DoIpEntityAddress(const SimModule& module) const {
+    if (module.discovered) return module.entityAddress;
+    if (module.isDoIp && m_doip != nullptr) return m_doip->LocalAddress();
+    return std::nullopt;
+}
+
 void SimSystem::RefreshDoIpListening() {
     const bool listening = std::any_of(m_links.begin(), m_links.end(), [](const auto& entry) {
         return entry.second->IsDoIpMonitor() && entry.second->State() != PDU_CLLST_OFFLINE;

@@ -99,6 +99,7 @@ public:
     bool CanBusWatched(const ComLogicalLink& origin) const override;
     void OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) override;
     void PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) override;
+    std::optional<uint32_t> DoIpEntityAddress(const SimModule& module) const override;
     void MirrorToMonitor(uint32_t hMod, const std::vector<BusFrame>& frames);
     void ResetTimestamps() { m_timeBase = std::chrono::steady_clock::now(); }
     uint32_t Now() const { return Stamp(std::chrono::steady_clock::now()); }

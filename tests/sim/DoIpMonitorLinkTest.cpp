@@ -24,6 +24,7 @@ namespace {
 
 constexpr UNUM32 kDoIpModule = 3;
 constexpr UNUM32 kCanModule = 1;
+constexpr UNUM32 kDoIpResource = 1010;
 constexpr char kEntity[] = "127.43.0.2";
 constexpr char kDuplicate[] = "127.43.0.3";
 constexpr uint16_t kPort = 13400;
@@ -154,6 +155,53 @@ protected:
         return frames;
     }
 
+    // Routing activation, a diagnostic request for the engine's VIN and its acknowledgement and answer.
+    static void ExpectDiagnosticExchange(const std::vector<Seen>& frames, uint16_t tester) {
+        const uint8_t hi = static_cast<uint8_t>(tester >> 8), lo = static_cast<uint8_t>(tester);
+        const struct {
+            uint16_t payloadType;
+            uint8_t flags;
+            Bytes payloadStart;
+        } exchange[] = {
+            {0x0005, 0x12, {hi, lo, 0x00}},
+            {0x0006, 0x16, {hi, lo, 0x10, 0x01, 0x10}},
+            {0x8001, 0x12, {hi, lo, 0x10, 0x01, 0x22, 0xF1, 0x90}},
+            {0x8002, 0x16, {0x10, 0x01, hi, lo, 0x00}},
+            {0x8001, 0x16, {0x10, 0x01, hi, lo, 0x62, 0xF1, 0x90, 'W', 'Q', 'U'}},
+        };
+        ASSERT_EQ(frames.size(), std::size(exchange));
+        for (size_t i = 0; i < frames.size(); ++i) {
+            SCOPED_TRACE(i);
+            EXPECT_EQ(frames[i].payloadType, exchange[i].payloadType);
+            EXPECT_EQ(frames[i].frameType, 0x03);
+            EXPECT_EQ(frames[i].flags, exchange[i].flags);
+            EXPECT_EQ(frames[i].tester, Ip("127.0.0.1"));
+            EXPECT_EQ(frames[i].testerPort, frames[0].testerPort);
+            EXPECT_EQ(frames[i].other, Ip(kEntity));
+            EXPECT_EQ(frames[i].otherPort, kPort);
+            const Bytes payload(frames[i].data.begin() + 8, frames[i].data.end());
+            const size_t n = std::min(payload.size(), exchange[i].payloadStart.size());
+            EXPECT_EQ(Bytes(payload.begin(), payload.begin() + static_cast<std::ptrdiff_t>(n)), exchange[i].payloadStart);
+        }
+    }
+
+    // The data of each result of a ComPrimitive, until it ends (or a generous bound passes).
+    std::vector<Bytes> Answers(UNUM32 hCLL, UNUM32 hCop) {
+        std::vector<Bytes> answers;
+        for (;;) {
+            const unsigned long calls = CallbackCounter::Instance().Count();
+            PDU_EVENT_ITEM* item = nullptr;
+            while (api.PDUGetEventItem(kDoIpModule, hCLL, &item) == PDU_STATUS_NOERROR) {
+                const SeenEvent e = Copy(*item);
+                api.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
+                if (e.type == PDU_IT_RESULT && e.hCop == hCop) answers.push_back(e.data);
+                EXPECT_FALSE(e.type == PDU_IT_ERROR) << std::hex << e.status;
+                if (e.type == PDU_IT_STATUS && e.hCop == hCop && e.status == PDU_COPST_FINISHED) return answers;
+            }
+            if (!CallbackCounter::Instance().WaitBeyond(calls)) return answers;
+        }
+    }
+
     Env env;
     SimApi api;
 };
@@ -208,33 +256,29 @@ TEST_F(DoIpMonitorLinkTest, ShowsEveryFrameWithBothSides) {
         tcp.Send(DoIpFrame(0x0005, {0x0E, 0x80, 0x00, 0, 0, 0, 0}).Encode());
         tcp.Send(DoIpFrame(0x8001, {0x0E, 0x80, 0x10, 0x01, 0x22, 0xF1, 0x90}).Encode());
         ASSERT_EQ(tcp.Read(3), 3u);
-        const std::vector<Seen> frames =
-            Frames(owner, hCLL, 5, [&](const Seen& seen) { return seen.frameType == 0x03 && seen.testerPort == tcp.port; });
-        const struct {
-            uint16_t payloadType;
-            uint8_t flags;
-            Bytes payloadStart;
-        } diagnostic[] = {
-            {0x0005, 0x12, {0x0E, 0x80, 0x00}},
-            {0x0006, 0x16, {0x0E, 0x80, 0x10, 0x01, 0x10}},
-            {0x8001, 0x12, {0x0E, 0x80, 0x10, 0x01, 0x22, 0xF1, 0x90}},
-            {0x8002, 0x16, {0x10, 0x01, 0x0E, 0x80, 0x00}},
-            {0x8001, 0x16, {0x10, 0x01, 0x0E, 0x80, 0x62, 0xF1, 0x90, 'W', 'Q', 'U'}},
-        };
-        ASSERT_EQ(frames.size(), std::size(diagnostic));
-        for (size_t i = 0; i < frames.size(); ++i) {
-            SCOPED_TRACE(i);
-            EXPECT_EQ(frames[i].payloadType, diagnostic[i].payloadType);
-            EXPECT_EQ(frames[i].frameType, 0x03);
-            EXPECT_EQ(frames[i].flags, diagnostic[i].flags);
-            EXPECT_EQ(frames[i].tester, Ip("127.0.0.1"));
-            EXPECT_EQ(frames[i].other, Ip(kEntity));
-            EXPECT_EQ(frames[i].otherPort, kPort);
-            const Bytes payload(frames[i].data.begin() + 8, frames[i].data.end());
-            EXPECT_EQ(Bytes(payload.begin(), payload.begin() + static_cast<std::ptrdiff_t>(
-                                                                  std::min(payload.size(), diagnostic[i].payloadStart.size()))),
-                      diagnostic[i].payloadStart);
-        }
+        ExpectDiagnosticExchange(
+            Frames(owner, hCLL, 5, [&](const Seen& seen) { return seen.frameType == 0x03 && seen.testerPort == tcp.port; }),
+            0x0E80);
+
+        // The library's own logical link on the DoIP resource takes the same way, as tester 0x0E00.
+        UNUM32 hUds = 0;
+        ASSERT_EQ(api.PDUCreateComLogicalLink(kDoIpModule, nullptr, kDoIpResource, nullptr, &hUds, nullptr), PDU_STATUS_NOERROR);
+        ASSERT_EQ(api.PDURegisterEventCallback(kDoIpModule, hUds, &CallbackCounter::Callback), PDU_STATUS_NOERROR);
+        ASSERT_EQ(api.PDUConnect(kDoIpModule, hUds), PDU_STATUS_NOERROR);
+        Bytes pdu = {0x22, 0xF1, 0x90};
+        PDU_COP_CTRL_DATA once{0, 1, 1, 0, {4, txFlags}, 0, nullptr};
+        UNUM32 hUdsCop = 0;
+        ASSERT_EQ(api.PDUStartComPrimitive(kDoIpModule, hUds, PDU_COPT_SENDRECV, 3, pdu.data(), &once, nullptr, &hUdsCop),
+                  PDU_STATUS_NOERROR);
+        EXPECT_EQ(Answers(hUds, hUdsCop), (std::vector<Bytes>{Bytes{0x62, 0xF1, 0x90, 'W', 'Q', 'U', '0', 'S', 'I', 'M',
+                                                                    'U', 'L', 'A', 'T', 'O', 'R', '0', '0', '0', '1'}}));
+        ExpectDiagnosticExchange(Frames(owner, hCLL, 5,
+                                        [&](const Seen& seen) {
+                                            return seen.frameType == 0x03 && seen.other == entity && seen.testerPort != tcp.port;
+                                        }),
+                                 0x0E00);
+        EXPECT_EQ(api.PDUDisconnect(kDoIpModule, hUds), PDU_STATUS_NOERROR);
+        EXPECT_EQ(api.PDUDestroyComLogicalLink(kDoIpModule, hUds), PDU_STATUS_NOERROR);
 
         EXPECT_EQ(api.PDUCancelComPrimitive(owner, hCLL, hCop), PDU_STATUS_NOERROR);
         EXPECT_EQ(api.PDUDisconnect(owner, hCLL), PDU_STATUS_NOERROR);
