@@ -73,6 +73,8 @@ TEST_F(DoIpLinkTest, RequestsGoToTheEntityOfTheModule) {
         SCOPED_TRACE(c.what);
         module = c.hMod;
         const UNUM32 hCLL = OpenLink(kDoIpResource);
+        SetUnum32(hCLL, "CP_P2Max", 300000);  // the silent entity's time-out need not take the default's 2 s
+        Activate(hCLL);
         const std::vector<SeenEvent> events = Run(hCLL, PDU_COPT_SENDRECV, c.request);
         std::vector<std::vector<uint8_t>> answers;
         for (const SeenEvent& e : Results(events)) answers.push_back(e.data);
