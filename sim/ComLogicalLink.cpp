@@ -358,7 +358,7 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
         if (!m_testerPresentAnswers.empty()) next = std::min(next, m_testerPresentAnswers.front().due);
     }
     // The socket is looked at every millisecond while something is on its way.
-    if (m_doIpTcp && (m_doIpTcp->Settling() || AwaitsDoIp()))
+    if (m_doIpTcp && AwaitsDoIp())
         next = std::min(next, std::chrono::steady_clock::now() + milliseconds(1));
     if (m_monitor && m_state != PDU_CLLST_OFFLINE) {
         next = std::min(next, TrafficDue(m_nextTrafficPeriod));

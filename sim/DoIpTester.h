@@ -66,7 +66,6 @@ public:
     void SendDiagnostic(uint16_t target, const std::vector<uint8_t>& data);
     // The diagnostic messages of the entity since the last call.
     std::vector<Message> TakeMessages();
-    bool Settling() const { return !m_failed && (m_stage != Stage::Ready || !m_out.empty()); }
 
 private:
     enum class Stage { Connecting, Activating, Ready };
