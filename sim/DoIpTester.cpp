@@ -161,7 +161,11 @@ void DoIpTcpTester::SendDiagnostic(uint16_t target, const std::vector<uint8_t>& 
     Pump();
 }
 
-std::vector<DoIpTcpTester::Message> DoIpTcpTester::TakeMessages() { return std::move(m_messages); }
+std::vector<DoIpTcpTester::Message> DoIpTcpTester::TakeMessages() {
+    std::vector<Message> taken;
+    taken.swap(m_messages);
+    return taken;
+}
 
 void DoIpTcpTester::Pump() {
     if (m_failed) return;
