@@ -98,8 +98,13 @@ size_t KLineOverhead(KLineFormat format, size_t dataBytes) {
 }  // namespace
 
 ComLogicalLink::ComLogicalLink(uint32_t handle, SimModule& module, const MdfResource& resource,
-                               const MdfCatalog& catalog, void* tag, std::vector<uint8_t> createFlags)
-    : m_handle(handle), m_module(module), m_resource(resource), m_tag(tag), m_createFlags(std::move(createFlags)) {
+                               const MdfCatalog& catalog, void* tag, std::vector<uint8_t> createFlags, bool doIpMonitor)
+    : m_handle(handle),
+      m_module(module),
+      m_resource(resource),
+      m_tag(tag),
+      m_createFlags(std::move(createFlags)),
+      m_doIpMonitor(doIpMonitor) {
     const MdfProtocol* protocol = catalog.FindProtocol(resource.protocolId);
     const MdfProtocol* busType = catalog.FindBusType(resource.busTypeId);
     m_protocolName = protocol != nullptr ? protocol->name : std::string();
@@ -139,12 +144,16 @@ void ComLogicalLink::SetState(T_PDU_STATUS state, LinkContext& context) {
     const T_PDU_STATUS previous = m_state;
     m_state = state;
     const SteadyTime now = std::chrono::steady_clock::now();
+    if (m_doIpMonitor && previous == PDU_CLLST_OFFLINE) m_connectedAt = now;
     if (m_monitor && previous == PDU_CLLST_OFFLINE) {
         m_connectedAt = now;
         m_trafficEpoch = context.TrafficEpoch();
         m_nextTrafficPeriod = TrafficPeriodAt(now) + 1;
     }
-    if (state == PDU_CLLST_OFFLINE) m_busFrames.clear();
+    if (state == PDU_CLLST_OFFLINE) {
+        m_busFrames.clear();
+        m_doIpTcp.reset();
+    }
     context.Emit(*this, ItemFactory::Status(PDU_HANDLE_UNDEF, nullptr, context.Stamp(now), state));
 }
 
@@ -348,6 +357,9 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
         next = std::min(next, m_testerPresentDue == kNever ? SteadyTime{} : m_testerPresentDue);
         if (!m_testerPresentAnswers.empty()) next = std::min(next, m_testerPresentAnswers.front().due);
     }
+    // The socket is looked at every millisecond while something is on its way.
+    if (m_doIpTcp && AwaitsDoIp())
+        next = std::min(next, std::chrono::steady_clock::now() + milliseconds(1));
     if (m_monitor && m_state != PDU_CLLST_OFFLINE) {
         next = std::min(next, TrafficDue(m_nextTrafficPeriod));
         if (!m_busFrames.empty()) next = std::min(next, m_busFrames.begin()->first);
@@ -358,6 +370,7 @@ std::optional<SteadyTime> ComLogicalLink::NextDue() const {
 
 void ComLogicalLink::Run(LinkContext& context, SteadyTime budgetEnd) {
     SteadyTime now = std::chrono::steady_clock::now();
+    if (m_doIpTcp) ReceiveDoIp(now, context);
     while (RunOnce(now, context)) {
         now = std::chrono::steady_clock::now();
         if (now >= budgetEnd) break;
@@ -486,6 +499,7 @@ bool ComLogicalLink::Send(ComPrimitive& cop, SteadyTime now, LinkContext& contex
         own->end = cop.txDone;
         EmitFrame(*own, &cop, true, nullptr, context);
     }
+    if (m_bus == VehicleBus::Ethernet && !m_doIpMonitor && SendOverDoIp(cop, request, context)) return true;
     // Answers follow the end of the request; each takes its own time on the bus.
     SteadyTime cursor = cop.txDone;
     for (VehicleResponse& response : context.TheVehicle().Request(request)) {
@@ -783,6 +797,93 @@ void ComLogicalLink::EmitFrame(const BusFrame& frame, ComPrimitive* cop, bool tr
         content.header = BigEndian32(frame.id);
     }
     context.Emit(*this, ItemFactory::Result(content));
+}
+
+bool ComLogicalLink::SendOverDoIp(ComPrimitive& cop, const VehicleRequest& request, LinkContext& context) {
+    const auto tester = static_cast<uint16_t>(Param(cop.params, "CP_DoIPLogicalTesterAddress", 0x0E00));
+    // Routing is activated for one source address: another one needs a connection of its own.
+    if (m_doIpTcp && (m_doIpTcp->Failed() || m_doIpTcp->TesterAddress() != tester)) m_doIpTcp.reset();
+    if (!m_doIpTcp) {
+        const std::optional<uint32_t> entity = context.DoIpEntityAddress(m_module);
+        if (!entity) return false;
+        m_doIpTcp = std::make_unique<DoIpTcpTester>(*entity, tester);
+        m_doIpTcp->Pump();
+        if (m_doIpTcp->Failed()) {
+            m_doIpTcp.reset();
+            return false;
+        }
+    }
+    m_doIpTcp->SendDiagnostic(static_cast<uint16_t>(request.targetAddress), request.data);
+    cop.viaDoIpTcp = true;
+    return true;
+}
+
+bool ComLogicalLink::AwaitsDoIp() const {
+    return std::any_of(m_cops.begin(), m_cops.end(),
+                       [](const auto& cop) { return !cop->done && cop->awaiting && cop->viaDoIpTcp; });
+}
+
+// Each answer goes to the oldest ComPrimitive that waits for one over the connection.
+void ComLogicalLink::ReceiveDoIp(SteadyTime now, LinkContext& context) {
+    m_doIpTcp->Pump();
+    if (m_doIpTcp->Failed() && !m_doIpTcp->WasReady()) {
+        // Refused before any request went out (another link holds the tester address, or no
+        // entity listens): the vehicle answers inside the library, as for a link without an entity.
+        for (const auto& cop : m_cops)
+            if (!cop->done && cop->awaiting && cop->viaDoIpTcp) AnswerInside(*cop, now, context);
+        m_doIpTcp.reset();
+        return;
+    }
+    for (DoIpTcpTester::Message& message : m_doIpTcp->TakeMessages()) {
+        const auto cop = std::find_if(m_cops.begin(), m_cops.end(),
+                                      [](const auto& c) { return !c->done && c->awaiting && c->viaDoIpTcp; });
+        if (cop == m_cops.end()) continue;
+        VehicleResponse response;
+        response.sourceAddress = message.source;
+        response.data = std::move(message.data);
+        (*cop)->pending.push_back({message.time, message.time, std::move(response)});
+        (*cop)->nextAction = std::min((*cop)->nextAction, now);
+    }
+    if (m_doIpTcp->Failed()) m_doIpTcp.reset();  // the next request connects anew
+}
+
+void ComLogicalLink::AnswerInside(ComPrimitive& cop, SteadyTime now, LinkContext& context) {
+    cop.viaDoIpTcp = false;
+    SteadyTime cursor = now;
+    for (VehicleResponse& response : context.TheVehicle().Request(BuildRequest(cop.params, cop.data, false))) {
+        const SteadyTime start = cursor + microseconds(response.delayUs);
+        cursor = start + microseconds(ResponseWire(cop.params, response, start, context, nullptr));
+        cop.pending.push_back({start, cursor, std::move(response)});
+    }
+    cop.nextAction = std::min(cop.nextAction, now);
+}
+
+// Each frame goes to the endless receive that waits for frames, else it shows on its own.
+void ComLogicalLink::HearDoIp(const std::vector<DoIpCapture>& captures, LinkContext& context) {
+    if (m_state == PDU_CLLST_OFFLINE) return;
+    ComPrimitive* receiver = nullptr;
+    for (const auto& cop : m_cops)
+        if (!cop->done && cop->type == PDU_COPT_SENDRECV && cop->background && cop->sendCycles == 0) {
+            receiver = cop.get();
+            break;
+        }
+    // Frames may come before the scheduler's turn began it: it says EXECUTING before its first result.
+    const SteadyTime now = std::chrono::steady_clock::now();
+    if (receiver != nullptr && !receiver->started) Step(*receiver, now, context);
+    if (receiver != nullptr && !receiver->awaiting) Step(*receiver, now, context);
+    for (const DoIpCapture& capture : captures) {
+        if (capture.time < m_connectedAt) continue;
+        ResultContent content;
+        content.hCop = receiver != nullptr ? receiver->handle : PDU_HANDLE_UNDEF;
+        content.copTag = receiver != nullptr ? receiver->tag : nullptr;
+        content.timestamp = context.Stamp(capture.time);
+        content.data = capture.frame;
+        content.timestampFlags = kStartMsgValid;
+        content.startMsgTimestamp = content.timestamp;
+        content.withExtraInfo = true;
+        content.header = DoIpTraffic::Header(capture);
+        context.Emit(*this, ItemFactory::Result(content));
+    }
 }
 
 // A frame of the bus on a monitor link: a receiving ComPrimitive whose expected responses fit

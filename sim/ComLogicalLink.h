@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "ComPrimitive.h"
+#include "DoIpTester.h"
+#include "DoIpTraffic.h"
 #include "EventQueue.h"
 #include "ItemFactory.h"
 #include "LinkContext.h"
@@ -29,7 +31,7 @@ struct UridEntry {
 class ComLogicalLink {
 public:
     ComLogicalLink(uint32_t handle, SimModule& module, const MdfResource& resource, const MdfCatalog& catalog,
-                   void* tag, std::vector<uint8_t> createFlags);
+                   void* tag, std::vector<uint8_t> createFlags, bool doIpMonitor = false);
 
     uint32_t Handle() const { return m_handle; }
     SimModule& Module() { return m_module; }
@@ -41,6 +43,10 @@ public:
     bool IsDirectCan() const { return m_protocolName == "MSP_MRVNE_CAN"; }
     // A raw CAN link created with create flags byte 3 == 1: it shows every frame of its bus.
     bool IsMonitor() const { return m_monitor; }
+    // Created without resource data or id on a DoIP module or on none: it shows every DoIP frame
+    // of the simulator's sockets.
+    bool IsDoIpMonitor() const { return m_doIpMonitor; }
+    void HearDoIp(const std::vector<DoIpCapture>& captures, LinkContext& context);
     bool SharesCanBus(const ComLogicalLink& other) const;
     uint32_t Baud() const;
 
@@ -121,6 +127,11 @@ private:
                    LinkContext& context);
     void HearFrame(const BusFrame& frame, LinkContext& context);
     void RunMonitor(SteadyTime now, LinkContext& context);
+    // UDS over DoIP: the request goes over TCP to the entity; false when no entity is there for it.
+    bool SendOverDoIp(ComPrimitive& cop, const VehicleRequest& request, LinkContext& context);
+    void ReceiveDoIp(SteadyTime now, LinkContext& context);
+    void AnswerInside(ComPrimitive& cop, SteadyTime now, LinkContext& context);
+    bool AwaitsDoIp() const;
     SteadyTime TrafficDue(uint32_t period) const;
     uint32_t TrafficPeriodAt(SteadyTime time) const;
     uint32_t WireBaud(const LinkContext& context) const;
@@ -164,6 +175,8 @@ private:
     SteadyTime m_testerPresentDue = SteadyTime::max();
     std::deque<PendingResponse> m_testerPresentAnswers;  // an empty answer: none came in time
     bool m_monitor = false;
+    bool m_doIpMonitor = false;
+    std::unique_ptr<DoIpTcpTester> m_doIpTcp;
     SteadyTime m_connectedAt{};
     std::multimap<SteadyTime, BusFrame> m_busFrames;  // by the time they are complete
     SteadyTime m_trafficEpoch{};

@@ -70,7 +70,8 @@ struct ComPrimitive {
     SteadyTime txDone{};
     bool txDoneValid = false;   // a receive-only ComPrimitive sends nothing
     bool unexpectedThisCycle = false;  // an answer came that fit no expected response
-    bool positiveSeen = false;  // a K-Line StartCommunication only starts on a positive answer
+    bool positiveSeen = false;
+    bool viaDoIpTcp = false;    // its answers come from the entity's TCP connection  // a K-Line StartCommunication only starts on a positive answer
     std::deque<PendingResponse> pending;
 };
 

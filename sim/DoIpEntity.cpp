@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include "DoIpTraffic.h"
 #include "vehicle/Vehicle.h"
 
 namespace pdusim {
@@ -192,11 +193,30 @@ void DoIpEntity::ReadDatagrams(int fd) {
         socklen_t fromSize = sizeof from;
         const ssize_t got = ::recvfrom(fd, buffer.data(), buffer.size(), 0, reinterpret_cast<sockaddr*>(&from), &fromSize);
         if (got < 0) return;  // EAGAIN: all read
-        if (from.sin_family == AF_INET) OnDatagram(buffer.data(), static_cast<size_t>(got), from);
+        if (from.sin_family == AF_INET) OnDatagram(buffer.data(), static_cast<size_t>(got), from, fd == m_broadcastFd);
     }
 }
 
-void DoIpEntity::OnDatagram(const uint8_t* data, size_t size, const sockaddr_in& from) {
+void DoIpEntity::Capture(const sockaddr_in& peer, bool tcp, bool toTester, bool broadcast,
+                         const std::vector<uint8_t>& bytes) const {
+    DoIpTraffic& traffic = DoIpTraffic::Instance();
+    if (!traffic.Listening() || traffic.IsOwnPort(tcp, ntohs(peer.sin_port))) return;
+    DoIpCapture capture;
+    capture.time = Clock::now();
+    capture.testerAddress = peer.sin_addr.s_addr;
+    capture.testerPort = ntohs(peer.sin_port);
+    in_addr other = m_address;
+    if (broadcast) ::inet_pton(AF_INET, kBroadcastAddress, &other);
+    capture.otherAddress = other.s_addr;
+    capture.otherPort = kPort;
+    capture.tcp = tcp;
+    capture.toTester = toTester;
+    capture.broadcast = broadcast;
+    capture.frame = bytes;
+    traffic.Record(std::move(capture));
+}
+
+void DoIpEntity::OnDatagram(const uint8_t* data, size_t size, const sockaddr_in& from, bool broadcast) {
     const bool full = m_config.behaviour == Behaviour::Full;
     DoIpFrame frame;
     const DoIpFrame::Parsed parsed = DoIpFrame::Parse(data, size, DoIpFrame::Receiver::Entity, kMaxDataSize, &frame);
@@ -211,6 +231,7 @@ void DoIpEntity::OnDatagram(const uint8_t* data, size_t size, const sockaddr_in&
         if (full) Reply(from, DoIpFrame::kGenericNack, {code});
         return;
     }
+    if (!broadcast || m_reportsBroadcasts) Capture(from, false, false, broadcast, std::vector<uint8_t>(data, data + size));
     const std::vector<uint8_t>& payload = frame.Payload();
     switch (frame.Type()) {
         case DoIpFrame::kVehicleIdRequest: Reply(from, DoIpFrame::kVehicleIdResponse, IdentificationPayload()); return;
@@ -240,6 +261,7 @@ void DoIpEntity::OnDatagram(const uint8_t* data, size_t size, const sockaddr_in&
 // Answers go out of the unicast socket, so a tester that broadcast sees which entity answered.
 void DoIpEntity::Reply(const sockaddr_in& to, uint16_t type, std::vector<uint8_t> payload) {
     const std::vector<uint8_t> bytes = DoIpFrame(type, std::move(payload)).Encode();
+    Capture(to, false, true, false, bytes);
     ::sendto(m_udpFd, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&to),
              sizeof to);
 }
@@ -255,7 +277,9 @@ std::vector<uint8_t> DoIpEntity::IdentificationPayload() const {
 
 void DoIpEntity::AcceptConnections() {
     for (;;) {
-        const int fd = ::accept4(m_listenFd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        sockaddr_in peer{};
+        socklen_t peerSize = sizeof peer;
+        const int fd = ::accept4(m_listenFd, reinterpret_cast<sockaddr*>(&peer), &peerSize, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (fd < 0) return;
         if (m_connections.size() >= kMaxConnections) {
             ::close(fd);
@@ -263,6 +287,7 @@ void DoIpEntity::AcceptConnections() {
         }
         Connection connection;
         connection.fd = fd;
+        connection.peer = peer;
         m_connections.emplace(m_nextConnection++, std::move(connection));
     }
 }
@@ -308,6 +333,8 @@ void DoIpEntity::HandleStream(uint64_t id, Connection& connection) {
             }
             continue;
         }
+        Capture(connection.peer, true, false, false,
+                std::vector<uint8_t>(connection.in.begin(), connection.in.begin() + static_cast<std::ptrdiff_t>(parsed.consumed)));
         connection.in.erase(connection.in.begin(), connection.in.begin() + static_cast<std::ptrdiff_t>(parsed.consumed));
         OnTcpMessage(id, connection, frame);
     }
@@ -389,6 +416,7 @@ void DoIpEntity::ForwardDiagnostic(uint64_t id, Connection& connection, const Do
 
 void DoIpEntity::Queue(Connection& connection, uint16_t type, std::vector<uint8_t> payload) {
     const std::vector<uint8_t> bytes = DoIpFrame(type, std::move(payload)).Encode();
+    Capture(connection.peer, true, true, false, bytes);
     connection.out.insert(connection.out.end(), bytes.begin(), bytes.end());
     Flush(connection);
 }
@@ -423,6 +451,7 @@ void DoIpEntity::SendDue() {
         }
         const auto it = m_connections.find(item.connection);
         if (it == m_connections.end() || it->second.closing || it->second.dead) continue;
+        Capture(it->second.peer, true, true, false, item.bytes);
         it->second.out.insert(it->second.out.end(), item.bytes.begin(), item.bytes.end());
         Flush(it->second);
     }

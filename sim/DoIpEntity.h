@@ -56,6 +56,8 @@ public:
     bool Start(std::string& error);
     void Stop();
     bool Running() const { return m_thread.joinable(); }
+    // A broadcast reaches every entity: one of them tells the monitor links. Set before Start.
+    void ReportBroadcasts(bool reports) { m_reportsBroadcasts = reports; }
     const Config& Settings() const { return m_config; }
 
 private:
@@ -63,6 +65,7 @@ private:
 
     struct Connection {
         int fd = -1;
+        sockaddr_in peer{};
         std::vector<uint8_t> in;
         uint64_t skip = 0;  // bytes of a refused message still to come
         std::vector<uint8_t> out;
@@ -82,7 +85,9 @@ private:
     void Run();
     int PollTimeoutMs() const;
     void ReadDatagrams(int fd);
-    void OnDatagram(const uint8_t* data, size_t size, const sockaddr_in& from);
+    void OnDatagram(const uint8_t* data, size_t size, const sockaddr_in& from, bool broadcast);
+    // For the DoIP monitor links; frames of the library's own tester are its to tell.
+    void Capture(const sockaddr_in& peer, bool tcp, bool toTester, bool broadcast, const std::vector<uint8_t>& bytes) const;
     void Reply(const sockaddr_in& to, uint16_t type, std::vector<uint8_t> payload);
     void AcceptConnections();
     void ReadConnection(Connection& connection);
@@ -100,6 +105,7 @@ private:
     Config m_config;
     Vehicle& m_vehicle;
     in_addr m_address{};
+    bool m_reportsBroadcasts = false;
     int m_wakeFd = -1;
     int m_udpFd = -1;
     int m_broadcastFd = -1;

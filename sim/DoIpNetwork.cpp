@@ -1,5 +1,7 @@
 #include "DoIpNetwork.h"
 
+#include <arpa/inet.h>
+
 #include <cstdlib>
 #include <string>
 
@@ -57,8 +59,19 @@ DoIpNetwork::DoIpNetwork(const std::vector<DoIpEntity::Config>& configs, Vehicle
 
 void DoIpNetwork::Start() {
     std::string error;
-    for (auto& entity : m_entities) entity->Start(error);
+    bool reporter = false;
+    for (auto& entity : m_entities) {
+        entity->ReportBroadcasts(!reporter);
+        if (entity->Start(error)) reporter = true;
+    }
     m_started = true;
+}
+
+std::optional<uint32_t> DoIpNetwork::LocalAddress() const {
+    if (m_entities.empty() || !m_entities.front()->Running()) return std::nullopt;
+    in_addr address{};
+    if (::inet_pton(AF_INET, m_entities.front()->Settings().address.c_str(), &address) != 1) return std::nullopt;
+    return address.s_addr;
 }
 
 void DoIpNetwork::Stop() {

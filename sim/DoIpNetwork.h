@@ -9,6 +9,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "DoIpEntity.h"
@@ -26,6 +27,8 @@ public:
     void Start();
     void Stop();
     bool Started() const { return m_started; }
+    // The main entity's address (network order) while it runs in this process.
+    std::optional<uint32_t> LocalAddress() const;
 
 private:
     std::vector<std::unique_ptr<DoIpEntity>> m_entities;

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "DoIpIoCtl.h"
 #include "ItemFactory.h"
 #include "ItemStore.h"
 #include "MonitorService.h"
@@ -223,14 +224,15 @@ bool IsSystemLevel(const std::string& name) {
 
 }  // namespace
 
-T_PDU_ERROR HandleIoCtl(SimSystem& system, uint32_t hMod, uint32_t hCLL, uint32_t ioCtlId,
-                        const PDU_DATA_ITEM* input, PDU_DATA_ITEM** output) {
+T_PDU_ERROR HandleIoCtl(SimSystem& system, std::unique_lock<std::mutex>& lock, uint32_t hMod, uint32_t hCLL,
+                        uint32_t ioCtlId, const PDU_DATA_ITEM* input, PDU_DATA_ITEM** output) {
     if (output != nullptr) *output = nullptr;
     const MdfNamedId* ioCtl = system.Catalog().FindIoCtl(ioCtlId);
     if (ioCtl == nullptr) return PDU_ERR_ID_NOT_SUPPORTED;
     SimModule* module = system.FindModule(hMod);
     if (module == nullptr && hMod != PDU_HANDLE_UNDEF) return PDU_ERR_INVALID_HANDLE;
-    if (module == nullptr && !IsSystemLevel(ioCtl->name)) return PDU_ERR_INVALID_HANDLE;
+    if (module == nullptr && !IsSystemLevel(ioCtl->name) && !IsDoIpSystemIoCtl(ioCtl->name))
+        return PDU_ERR_INVALID_HANDLE;
     if (module != nullptr && !module->SupportsIoCtl(ioCtlId) && !IsSystemLevel(ioCtl->name))
         return PDU_ERR_ID_NOT_SUPPORTED;
     // Hosts pass 0 as well as PDU_HANDLE_UNDEF for "no link" on module-level IOCTLs.
@@ -239,8 +241,11 @@ T_PDU_ERROR HandleIoCtl(SimSystem& system, uint32_t hMod, uint32_t hCLL, uint32_
         link = module != nullptr ? system.FindLink(hMod, hCLL) : nullptr;
         if (link == nullptr) return PDU_ERR_INVALID_HANDLE;
     }
+    DoIpIoCtlCall doIp{system, lock, module, input, output};
+    T_PDU_ERROR result = PDU_STATUS_NOERROR;
+    if (HandleDoIpIoCtl(ioCtl->name, doIp, result)) return result;
     const auto handler = Handlers().find(ioCtl->name);
-    if (handler == Handlers().end()) return PDU_ERR_ID_NOT_SUPPORTED;  // DoIP IOCTLs come with the DoIP entity
+    if (handler == Handlers().end()) return PDU_ERR_ID_NOT_SUPPORTED;
     IoCtlCall call{system, module, link, input, output};
     return handler->second(call);
 }

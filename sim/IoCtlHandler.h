@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 #include "pdu/PduTypes.h"
 
@@ -10,7 +11,8 @@ namespace pdusim {
 
 class SimSystem;
 
-T_PDU_ERROR HandleIoCtl(SimSystem& system, uint32_t hMod, uint32_t hCLL, uint32_t ioCtlId,
+// `lock` is the library's, held; a DoIP IOCTL lets it go while it waits for the network.
+T_PDU_ERROR HandleIoCtl(SimSystem& system, std::unique_lock<std::mutex>& lock, uint32_t hMod, uint32_t hCLL, uint32_t ioCtlId,
                         const PDU_DATA_ITEM* input, PDU_DATA_ITEM** output);
 
 }  // namespace pdusim

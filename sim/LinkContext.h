@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "ComPrimitive.h"
@@ -11,6 +12,7 @@
 namespace pdusim {
 
 class ComLogicalLink;
+struct SimModule;
 
 // Extra error ids of the description file's ERROR_CODE table; 0 where the file has none.
 struct VendorErrors {
@@ -40,6 +42,9 @@ public:
     virtual bool CanBusWatched(const ComLogicalLink& origin) const = 0;
     // Frames this link put on its CAN bus, or that answered it, for the monitor links on that bus.
     virtual void OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) = 0;
+    // Where a DoIP link of this module reaches its entity over TCP (network order); none: the
+    // vehicle answers inside the library.
+    virtual std::optional<uint32_t> DoIpEntityAddress(const SimModule& module) const = 0;
     // An UPDATEPARAM made new bus type ComParams active on this link.
     virtual void PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) = 0;
 };

@@ -28,6 +28,10 @@ T_PDU_ERROR FindModule(uint32_t hMod, SimModule*& module) {
 }
 
 T_PDU_ERROR FindConnectedLink(uint32_t hMod, uint32_t hCLL, ComLogicalLink*& link) {
+    if (hMod == PDU_HANDLE_UNDEF) {  // a DoIP monitor link that belongs to no module
+        link = Sys().FindLink(hMod, hCLL);
+        return link != nullptr ? PDU_STATUS_NOERROR : PDU_ERR_INVALID_HANDLE;
+    }
     SimModule* module = Sys().FindModule(hMod);
     if (module == nullptr) return PDU_ERR_INVALID_HANDLE;
     if (!module->connected) return PDU_ERR_MODULE_NOT_CONNECTED;
@@ -112,6 +116,11 @@ bool ValidLockMask(UNUM32 mask) { return mask != 0 && (mask & ~(kLockPhysicalPar
 EventQueue* QueueOf(uint32_t hMod, uint32_t hCLL, T_PDU_ERROR& result) {
     result = PDU_STATUS_NOERROR;
     if (hMod == PDU_HANDLE_UNDEF && hCLL == PDU_HANDLE_UNDEF) return &Sys().SystemEvents();
+    if (hMod == PDU_HANDLE_UNDEF) {
+        ComLogicalLink* link = Sys().FindLink(hMod, hCLL);
+        if (link == nullptr) result = PDU_ERR_INVALID_HANDLE;
+        return link != nullptr ? &link->events : nullptr;
+    }
     SimModule* module = Sys().FindModule(hMod);
     if (module == nullptr) {
         result = PDU_ERR_INVALID_HANDLE;
@@ -162,6 +171,7 @@ T_PDU_ERROR PDU_CALL PDUModuleDisconnect(UNUM32 hMod) {
     Sys().DestroyLinksOf(*module);
     module->connected = false;
     Sys().UpdateDoIpEntities();
+    Sys().RefreshDoIpListening();
     const CallbackDispatcher::Fence fence = Sys().ForgetCallbacks(hMod, CallbackDispatcher::kAnyLink);
     lock.unlock();
     fence.Wait();  // the host may free its links' tags now
@@ -183,14 +193,16 @@ T_PDU_ERROR PDU_CALL PDUIoCtl(UNUM32 hMod, UNUM32 hCLL, UNUM32 IoCtlCommandId, P
     auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUIoCtl")) return e;
     const MdfNamedId* ioCtl = Sys().Catalog().FindIoCtl(IoCtlCommandId);
-    if (ioCtl == nullptr) return HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
-    T_PDU_ERROR result = Sys().InjectedFailure("PDUIoCtl", ioCtl->name);
+    if (ioCtl == nullptr) return HandleIoCtl(Sys(), lock, hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
+    // The DoIP IOCTLs let the lock go while they wait for the network: the catalogue may be gone after.
+    const std::string name = ioCtl->name;
+    T_PDU_ERROR result = Sys().InjectedFailure("PDUIoCtl", name);
     if (result != PDU_STATUS_NOERROR) {
         if (pOutputData != nullptr) *pOutputData = nullptr;
     } else {
-        result = HandleIoCtl(Sys(), hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
+        result = HandleIoCtl(Sys(), lock, hMod, hCLL, IoCtlCommandId, pInputData, pOutputData);
     }
-    Sys().TheJournal().IoCtl(hMod, hCLL, ioCtl->name, pInputData, result);
+    if (Sys().IsConstructed()) Sys().TheJournal().IoCtl(hMod, hCLL, name, pInputData, result);
     return result;
 }
 
@@ -224,8 +236,9 @@ T_PDU_ERROR PDU_CALL PDUGetStatus(UNUM32 hMod, UNUM32 hCLL, UNUM32 hCoP, T_PDU_S
     auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUGetStatus")) return e;
     if (pStatusCode == nullptr || pTimestamp == nullptr || pExtraInfo == nullptr) return PDU_ERR_INVALID_PARAMETERS;
-    SimModule* module = Sys().FindModuleByNumber(hMod);
-    if (module == nullptr || module->handle != hMod) return PDU_ERR_INVALID_HANDLE;
+    SimModule* module = hMod == PDU_HANDLE_UNDEF ? Sys().SystemDoIpModule() : Sys().FindModuleByNumber(hMod);
+    if (module == nullptr || module->handle != hMod || (hMod == PDU_HANDLE_UNDEF && hCLL == PDU_HANDLE_UNDEF))
+        return PDU_ERR_INVALID_HANDLE;
     *pTimestamp = Sys().Now();
     *pExtraInfo = 0;
     if (hCLL == PDU_HANDLE_UNDEF) {
@@ -283,6 +296,19 @@ T_PDU_ERROR PDU_CALL PDUCreateComLogicalLink(UNUM32 hMod, PDU_RSC_DATA* pRscData
     auto lock = Sys().LockForCaller();
     if (const T_PDU_ERROR e = Enter("PDUCreateComLogicalLink")) return e;
     if (phCLL == nullptr) return PDU_ERR_INVALID_PARAMETERS;
+    std::vector<uint8_t> flags;
+    if (pCllCreateFlag != nullptr && pCllCreateFlag->pFlagData != nullptr)
+        flags.assign(pCllCreateFlag->pFlagData, pCllCreateFlag->pFlagData + std::min<UNUM32>(pCllCreateFlag->NumFlagBytes, 64));
+    // Neither resource data nor id, on a DoIP module or on none: the DoIP monitor link.
+    if (resourceId == PDU_ID_UNDEF && pRscData == nullptr) {
+        SimModule* owner = hMod == PDU_HANDLE_UNDEF ? Sys().SystemDoIpModule() : Sys().FindModule(hMod);
+        const MdfResource* resource = Sys().DoIpResource();
+        if (owner != nullptr && owner->isDoIp && resource != nullptr) {
+            if (!owner->connected) return PDU_ERR_MODULE_NOT_CONNECTED;
+            *phCLL = Sys().CreateLink(*owner, *resource, pCllTag, std::move(flags), true)->Handle();
+            return PDU_STATUS_NOERROR;
+        }
+    }
     SimModule* module = nullptr;
     if (const T_PDU_ERROR e = FindModule(hMod, module)) return e;
     if (!module->connected) return PDU_ERR_MODULE_NOT_CONNECTED;
@@ -295,9 +321,6 @@ T_PDU_ERROR PDU_CALL PDUCreateComLogicalLink(UNUM32 hMod, PDU_RSC_DATA* pRscData
     }
     const MdfResource* resource = Sys().Catalog().FindResource(resourceId);
     if (resource == nullptr || !module->Supports(resourceId)) return PDU_ERR_ID_NOT_SUPPORTED;
-    std::vector<uint8_t> flags;
-    if (pCllCreateFlag != nullptr && pCllCreateFlag->pFlagData != nullptr)
-        flags.assign(pCllCreateFlag->pFlagData, pCllCreateFlag->pFlagData + std::min<UNUM32>(pCllCreateFlag->NumFlagBytes, 64));
     *phCLL = Sys().CreateLink(*module, *resource, pCllTag, std::move(flags))->Handle();
     return PDU_STATUS_NOERROR;
 }
@@ -322,6 +345,7 @@ T_PDU_ERROR PDU_CALL PDUConnect(UNUM32 hMod, UNUM32 hCLL) {
     if (const T_PDU_ERROR e = FindConnectedLink(hMod, hCLL, link)) return e;
     if (link->State() != PDU_CLLST_OFFLINE) return PDU_ERR_CLL_CONNECTED;
     link->SetState(PDU_CLLST_ONLINE, Sys());
+    Sys().RefreshDoIpListening();
     return PDU_STATUS_NOERROR;
 }
 
@@ -334,6 +358,7 @@ T_PDU_ERROR PDU_CALL PDUDisconnect(UNUM32 hMod, UNUM32 hCLL) {
     link->CancelAll(Sys());
     Sys().SetLock(*link, 0);  // locks end with the connection
     link->SetState(PDU_CLLST_OFFLINE, Sys());
+    Sys().RefreshDoIpListening();
     return PDU_STATUS_NOERROR;
 }
 

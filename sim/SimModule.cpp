@@ -92,6 +92,7 @@ std::vector<std::unique_ptr<SimModule>> MakeSimModules(const MdfCatalog& catalog
         module->serialNumber = plan.serial;
         module->cableId = plan.cableId;
         module->isDoIp = plan.doIp;
+        module->ethSwitchState = plan.doIp ? 1 : 0;  // the entity is awake
         modules.push_back(std::move(module));
     }
     return modules;

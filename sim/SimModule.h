@@ -37,7 +37,11 @@ struct SimModule {
     uint32_t cableId = 0;
     uint32_t progVoltageMillivolt = 0;
     uint32_t progVoltagePin = 0;
-    uint32_t ethSwitchState = 0;
+    uint32_t ethSwitchState = 0;  // the Ethernet activation line (DLC pin 8) of a DoIP module
+    // A DoIP entity that a vehicle identification found on the network.
+    bool discovered = false;
+    uint32_t entityAddress = 0;  // IPv4, network order
+    uint16_t logicalAddress = 0;
 
     bool Supports(uint32_t resourceId) const;
     bool SupportsIoCtl(uint32_t ioCtlId) const;

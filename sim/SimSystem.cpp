@@ -5,6 +5,11 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include <arpa/inet.h>
+
+#include <cstdio>
+
+#include "DoIpTraffic.h"
 #include "ItemFactory.h"
 #include "MonitorService.h"
 #include "WlanSettings.h"
@@ -16,6 +21,20 @@ namespace {
 constexpr auto kLinkBudget = std::chrono::microseconds(300);
 // How long the scheduler stays out of the lock for a host call that waits for it.
 constexpr auto kCallerGrace = std::chrono::milliseconds(2);
+// How often the scheduler takes the DoIP frames of the sockets while a DoIP monitor link listens.
+constexpr auto kDoIpTrafficPoll = std::chrono::milliseconds(2);
+constexpr uint32_t kDoIpModuleType = 541;
+constexpr uint32_t kDoIpCableId = 110;
+
+std::string Hex(const std::vector<uint8_t>& bytes) {
+    std::string text;
+    char part[4];
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        std::snprintf(part, sizeof part, i == 0 ? "%02X" : ":%02X", bytes[i]);
+        text += part;
+    }
+    return text;
+}
 
 std::string LibraryDirectory() {
     Dl_info info{};
@@ -79,6 +98,18 @@ T_PDU_ERROR SimSystem::Construct(void* apiTag) {
                 m_catalog.ErrorCodeId("MRVNE_ERR_KLINE_INIT_FAILED"), m_catalog.ErrorCodeId("MRVNE_ERR_VCI_LOST")};
     m_modules = MakeSimModules(m_catalog);
     for (auto& module : m_modules) module->plugged = !m_faults.IsMissing(module->number);
+    m_systemDoIp.reset();
+    if (const MdfModuleType* type = m_catalog.FindModuleType(kDoIpModuleType)) {
+        m_systemDoIp = std::make_unique<SimModule>();
+        m_systemDoIp->handle = PDU_HANDLE_UNDEF;
+        m_systemDoIp->type = type;
+        m_systemDoIp->isDoIp = true;
+        m_systemDoIp->plugged = false;  // no module of the list: only its links are found
+        m_systemDoIp->connected = true;
+    }
+    m_nextDiscovered = kFirstDiscoveredHandle;
+    ++m_generation;
+    DoIpTraffic::Instance().SetListening(false);
     m_timeBase = std::chrono::steady_clock::now();
     m_trafficEpoch = m_timeBase;
     m_dispatcher = std::make_unique<CallbackDispatcher>();
@@ -103,6 +134,8 @@ T_PDU_ERROR SimSystem::Destruct(std::unique_lock<std::mutex>& lock) {
     lock.lock();
     m_links.clear();
     m_modules.clear();
+    m_systemDoIp.reset();
+    DoIpTraffic::Instance().SetListening(false);
     m_systemEvents.Clear();
     m_systemEvents.callback = nullptr;
     m_vehicle.reset();
@@ -140,10 +173,10 @@ ComLogicalLink* SimSystem::FindLinkAnyModule(uint32_t hCLL) {
 }
 
 ComLogicalLink* SimSystem::CreateLink(SimModule& module, const MdfResource& resource, void* tag,
-                                      std::vector<uint8_t> createFlags) {
+                                      std::vector<uint8_t> createFlags, bool doIpMonitor) {
     while (m_links.count(m_nextLink) != 0 || m_nextLink == 0 || m_nextLink == PDU_HANDLE_UNDEF) ++m_nextLink;
     const uint32_t handle = m_nextLink++;
-    auto link = std::make_unique<ComLogicalLink>(handle, module, resource, m_catalog, tag, std::move(createFlags));
+    auto link = std::make_unique<ComLogicalLink>(handle, module, resource, m_catalog, tag, std::move(createFlags), doIpMonitor);
     ComLogicalLink* raw = link.get();
     m_links[handle] = std::move(link);
     return raw;
@@ -232,6 +265,93 @@ void SimSystem::UpdateDoIpEntities() {
     if (!wanted && m_doip->Started()) m_doip->Stop();
 }
 
+bool SimSystem::AddDiscoveredEntity(uint32_t address, uint16_t logicalAddress, const std::vector<uint8_t>& eid) {
+    for (auto& module : m_modules)
+        if (module->discovered && module->entityAddress == address && module->logicalAddress == logicalAddress)
+            return false;
+    const MdfModuleType* type = m_catalog.FindModuleType(kDoIpModuleType);
+    if (type == nullptr) return false;
+    while (FindModuleByNumber(m_nextDiscovered) != nullptr || m_nextDiscovered == PDU_HANDLE_UNDEF) ++m_nextDiscovered;
+    char ip[INET_ADDRSTRLEN] = {};
+    in_addr in{};
+    in.s_addr = address;
+    ::inet_ntop(AF_INET, &in, ip, sizeof ip);
+    char logical[8];
+    std::snprintf(logical, sizeof logical, "0x%04X", logicalAddress);
+    auto module = std::make_unique<SimModule>();
+    module->number = m_nextDiscovered;
+    module->handle = m_nextDiscovered++;
+    module->type = type;
+    module->vendorModuleName = "Type='MVCI_ISO_13400_DoIP_Entity'";
+    module->vendorAdditionalInfo = "VendorName='Morvane AG' EID='" + Hex(eid) + "' LogicalAddress='" + logical +
+                                   "' IPAddress='" + ip + "'";
+    module->hwName = "Virtual DoIP Entity";
+    module->cableId = kDoIpCableId;
+    module->isDoIp = true;
+    module->ethSwitchState = 1;
+    module->discovered = true;
+    module->entityAddress = address;
+    module->logicalAddress = logicalAddress;
+    m_modules.push_back(std::move(module));
+    return true;
+}
+
+std::vector<SimModule*> SimSystem::DiscoveredEntities() {
+    std::vector<SimModule*> found;
+    for (auto& module : m_modules)
+        if (module->discovered && module->plugged) found.push_back(module.get());
+    return found;
+}
+
+std::vector<CallbackDispatcher::Fence> SimSystem::ClearDiscoveredEntities() {
+    std::vector<CallbackDispatcher::Fence> fences;
+    for (auto it = m_modules.begin(); it != m_modules.end();) {
+        if (!(*it)->discovered) {
+            ++it;
+            continue;
+        }
+        DestroyLinksOf(**it);
+        fences.push_back(ForgetCallbacks((*it)->handle, CallbackDispatcher::kAnyLink));
+        fences.push_back(ForgetCallbacks((*it)->handle, PDU_HANDLE_UNDEF));
+        it = m_modules.erase(it);
+    }
+    UpdateDoIpEntities();
+    RefreshDoIpListening();
+    return fences;
+}
+
+const MdfResource* SimSystem::DoIpResource() const {
+    const MdfModuleType* type = m_catalog.FindModuleType(kDoIpModuleType);
+    if (type == nullptr) return nullptr;
+    for (uint32_t id : type->resourceIds) {
+        const MdfResource* resource = m_catalog.FindResource(id);
+        const MdfProtocol* protocol = resource != nullptr ? m_catalog.FindProtocol(resource->protocolId) : nullptr;
+        if (protocol != nullptr && protocol->name.find("13400") != std::string::npos) return resource;
+    }
+    return nullptr;
+}
+
+std::optional<uint32_t> SimSystem::DoIpEntityAddress(const SimModule& module) const {
+    if (module.discovered) return module.entityAddress;
+    if (module.isDoIp && m_doip != nullptr) return m_doip->LocalAddress();
+    return std::nullopt;
+}
+
+void SimSystem::RefreshDoIpListening() {
+    const bool listening = std::any_of(m_links.begin(), m_links.end(), [](const auto& entry) {
+        return entry.second->IsDoIpMonitor() && entry.second->State() != PDU_CLLST_OFFLINE;
+    });
+    DoIpTraffic::Instance().SetListening(listening);
+}
+
+void SimSystem::DeliverDoIpTraffic() {
+    if (!DoIpTraffic::Instance().Listening()) return;
+    const std::vector<DoIpCapture> captures = DoIpTraffic::Instance().Take();
+    if (captures.empty()) return;
+    for (auto& [handle, link] : m_links)
+        if (link->IsDoIpMonitor()) link->HearDoIp(captures, *this);
+}
+
 void SimSystem::Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag) {
     if (m_dispatcher == nullptr || queue.callback == nullptr) return;
     if (pushed != EventQueue::PushResult::DroppedNew)
@@ -303,7 +423,9 @@ void SimSystem::LetCallersIn() {
 void SimSystem::RunScheduler() {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopScheduler) {
+        DeliverDoIpTraffic();
         SteadyTime next = SteadyTime::max();
+        if (DoIpTraffic::Instance().Listening()) next = std::chrono::steady_clock::now() + kDoIpTrafficPoll;
         for (auto& [handle, link] : m_links) {
             link->Run(*this, std::chrono::steady_clock::now() + kLinkBudget);
             if (const auto due = link->NextDue()) next = std::min(next, *due);

@@ -16,6 +16,7 @@
 #include "ComLogicalLink.h"
 #include "DoIpNetwork.h"
 #include "FaultInjection.h"
+#include "ItemFactory.h"
 #include "Journal.h"
 #include "LinkContext.h"
 #include "MdfCatalog.h"
@@ -51,7 +52,7 @@ public:
     ComLogicalLink* FindLinkAnyModule(uint32_t hCLL);
 
     ComLogicalLink* CreateLink(SimModule& module, const MdfResource& resource, void* tag,
-                               std::vector<uint8_t> createFlags);
+                               std::vector<uint8_t> createFlags, bool doIpMonitor = false);
     void DestroyLink(uint32_t hCLL);
     void DestroyLinksOf(SimModule& module);
     // Callbacks of the queue that were not called yet are dropped; wait on the fence with the lock
@@ -72,6 +73,19 @@ public:
     T_PDU_ERROR Plug(uint32_t number, bool plugged);
     // The vehicle's DoIP entities are on the network while a DoIP module is connected.
     void UpdateDoIpEntities();
+    // DoIP entities a vehicle identification found become modules; false when already known.
+    bool AddDiscoveredEntity(uint32_t address, uint16_t logicalAddress, const std::vector<uint8_t>& eid);
+    std::vector<SimModule*> DiscoveredEntities();
+    // Forgets them with their links; wait on the fences with the lock released.
+    std::vector<CallbackDispatcher::Fence> ClearDiscoveredEntities();
+    void AnnounceModuleList() { DeliverSystem(ItemFactory::Info(Now(), PDU_INFO_MODULE_LIST_CHG, 0)); }
+    // Counts constructions: a call that let the lock go sees whether the library it came from is gone.
+    uint64_t Generation() const { return m_generation; }
+    // The owner of DoIP monitor links created without a module (PDU_HANDLE_UNDEF).
+    SimModule* SystemDoIpModule() { return m_systemDoIp.get(); }
+    const MdfResource* DoIpResource() const;
+    // DoIP frames are kept only while a DoIP monitor link is online.
+    void RefreshDoIpListening();
 
     EventQueue& SystemEvents() { return m_systemEvents; }
     void DeliverSystem(PDU_EVENT_ITEM* item);
@@ -85,12 +99,15 @@ public:
     bool CanBusWatched(const ComLogicalLink& origin) const override;
     void OnCanBus(const ComLogicalLink& origin, const std::vector<BusFrame>& frames) override;
     void PhysicalParamsChanged(ComLogicalLink& origin, const std::vector<ParamChange>& changes) override;
+    std::optional<uint32_t> DoIpEntityAddress(const SimModule& module) const override;
     void MirrorToMonitor(uint32_t hMod, const std::vector<BusFrame>& frames);
     void ResetTimestamps() { m_timeBase = std::chrono::steady_clock::now(); }
     uint32_t Now() const { return Stamp(std::chrono::steady_clock::now()); }
 
 private:
+    static constexpr uint32_t kFirstDiscoveredHandle = 0x100;
     SimSystem() = default;
+    void DeliverDoIpTraffic();
     void RunScheduler();
     void LetCallersIn();
     void Post(EventQueue& queue, EventQueue::PushResult pushed, uint32_t hMod, uint32_t hCLL, void* cllTag);
@@ -108,6 +125,9 @@ private:
     std::unique_ptr<Vehicle> m_vehicle;
     std::unique_ptr<DoIpNetwork> m_doip;  // uses m_vehicle: goes first
     std::vector<std::unique_ptr<SimModule>> m_modules;
+    std::unique_ptr<SimModule> m_systemDoIp;  // outlives the links: see Destruct
+    uint32_t m_nextDiscovered = kFirstDiscoveredHandle;
+    uint64_t m_generation = 0;
     std::map<uint32_t, std::unique_ptr<ComLogicalLink>> m_links;
     EventQueue m_systemEvents;
     std::unique_ptr<CallbackDispatcher> m_dispatcher;
