@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Installs, from Debian's packages, whatever the build and the tests need and the machine lacks.
-# (can-utils: the trace export is read back by its log2asc and asc2log.)
+# (can-utils: the trace export is read back by its log2asc and asc2log; tshark: the DoIP monitor
+# window is compared with Wireshark's dissector.)
 # Extra groups by name: package (build and check the Debian package), icons (render the PNG
 # icons from their SVG), screenshot (a picture of the installed bench under a virtual screen).
 set -euo pipefail
 packages=(g++ make cmake pkg-config qt6-base-dev libgl-dev libpugixml-dev libgtest-dev libgmock-dev
-          libbenchmark-dev xvfb xauth can-utils)
+          libbenchmark-dev xvfb xauth can-utils tshark)
 for group in "$@"; do
   case "$group" in
     package) packages+=(dpkg-dev lintian desktop-file-utils) ;;
