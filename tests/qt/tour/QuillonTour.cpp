@@ -512,6 +512,20 @@ private:
     // on the loopback network: both looked at, then closed.
     void DoIpTour()
     {
+        Do("choose the DoIP entity's module", [this] {
+            auto* combo = Widget<QComboBox>(Main(), IDC_MODULE_COMBO);
+            const int index = combo->findText("DoIP_Entity", Qt::MatchStartsWith);
+            combo->setCurrentIndex(index);
+            emit combo->activated(index);
+        });
+        Do("connect it", [this] { Widget<QPushButton>(Main(), IDC_MODULE_CONNECT)->click(); });
+        Wait(300);
+        Do("monitor the DoIP entity", [this] {
+            auto* combo = Widget<QComboBox>(Main(), IDC_MONITOR_VCI_COMBO);
+            const int index = combo->findText("DoIP_Entity", Qt::MatchStartsWith);
+            combo->setCurrentIndex(index);
+            emit combo->activated(index);
+        });
         Do("choose the DoIP channel", [this] {
             auto* combo = Widget<QComboBox>(Main(), IDC_CHANNEL_COMBO);
             const int index = combo->findText("DOIP");
@@ -528,11 +542,9 @@ private:
         });
         Wait(1500);
         Do("look at the DoIP IoCtl dialog", [this] { Shot("doip-ioctl"); });
-        Do("look at the DoIP monitor window", [this] {
-            MonitorView()->raise();
-            Shot("doip-monitor");
-        });
         Do("close the DoIP IoCtl dialog", [this] { DoIpIoCtlView()->close(); });
+        Wait(300);
+        Do("look at the DoIP monitor window", [this] { Shot("doip-monitor"); });
         Do("close the DoIP monitor link", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE)->click(); });
         Do("close the DoIP monitor window", [this] { Widget<QPushButton>(MonitorView(), IDC_MOLI_CLOSE_WINDOW)->click(); });
         Then("the DoIP monitor window goes", [this] { return Monitor() == nullptr; });
