@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../support/ScopedEnvironment.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -39,29 +41,4 @@ public:
 
 private:
     std::string m_path;
-};
-
-// Sets (or, with nullopt, removes) an environment variable for the life of the object.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const std::optional<std::string>& value) : m_name(name)
-    {
-        if (const char* old = std::getenv(name))
-            m_old = old;
-        Apply(value);
-    }
-    ~ScopedEnvironment() { Apply(m_old); }
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    void Apply(const std::optional<std::string>& value)
-    {
-        if (value)
-            setenv(m_name.c_str(), value->c_str(), 1);
-        else
-            unsetenv(m_name.c_str());
-    }
-    std::string m_name;
-    std::optional<std::string> m_old;
 };

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "SimApi.h"
+#include "../support/ScopedEnvironment.h"
 
 using pdusim::DoIpFrame;
 using Bytes = std::vector<uint8_t>;
@@ -59,19 +60,6 @@ bool Readable(int fd) {
     pollfd p{fd, POLLIN, 0};
     return poll(&p, 1, kBoundMs) == 1;
 }
-
-class ScopedEnv {
-public:
-    explicit ScopedEnv(std::vector<std::pair<const char*, const char*>> values) : m_values(std::move(values)) {
-        for (const auto& [name, value] : m_values) setenv(name, value, 1);
-    }
-    ~ScopedEnv() {
-        for (const auto& [name, value] : m_values) unsetenv(name);
-    }
-
-private:
-    std::vector<std::pair<const char*, const char*>> m_values;
-};
 
 struct Answer {
     std::string from;
@@ -186,7 +174,7 @@ void ExpectMessage(const std::optional<DoIpFrame>& frame, uint16_t type, const B
 }  // namespace
 
 TEST(DoIpEntityTest, TesterWalksThroughEveryMessage) {
-    const ScopedEnv env({{"PDUSIM_DOIP_ADDR", kEntity},
+    const ScopedEnvironments env({{"PDUSIM_DOIP_ADDR", kEntity},
                          {"PDUSIM_DOIP_DUPLICATE_ADDR", kDuplicate},
                          {"PDUSIM_DOIP_SILENT_ADDR", kSilent}});
     SimApi api;

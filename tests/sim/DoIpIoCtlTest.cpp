@@ -10,25 +10,13 @@
 #include <vector>
 
 #include "SimApi.h"
+#include "../support/ScopedEnvironment.h"
 
 namespace {
 
 constexpr UNUM32 kDoIpModule = 3;
 constexpr UNUM32 kCanModule = 1;
 constexpr char kPrefix[] = "127.42.";
-
-class ScopedEnv {
-public:
-    explicit ScopedEnv(std::vector<std::pair<const char*, const char*>> values) : m_values(std::move(values)) {
-        for (const auto& [name, value] : m_values) setenv(name, value, 1);
-    }
-    ~ScopedEnv() {
-        for (const auto& [name, value] : m_values) unsetenv(name);
-    }
-
-private:
-    std::vector<std::pair<const char*, const char*>> m_values;
-};
 
 std::vector<uint8_t> Ipv4(const char* text) {
     std::vector<uint8_t> bytes(4);
@@ -101,7 +89,7 @@ protected:
     }
 
     SimApi api;
-    std::optional<ScopedEnv> m_env;
+    std::optional<ScopedEnvironments> m_env;
 };
 
 TEST_F(DoIpIoCtlTest, VehicleIdentificationFindsEntitiesAsModules) {

@@ -5,22 +5,12 @@
 #include <vector>
 
 #include "SimApi.h"
+#include "../support/ScopedEnvironment.h"
 
 namespace {
 
 constexpr UNUM32 kDoIpModule = 3;
 constexpr UNUM32 kDoIpResource = 1010;
-
-struct Env {
-    Env() {
-        setenv("PDUSIM_DOIP_ADDR", "127.44.0.2", 1);
-        setenv("PDUSIM_DOIP_SILENT_ADDR", "127.44.0.4", 1);
-    }
-    ~Env() {
-        unsetenv("PDUSIM_DOIP_ADDR");
-        unsetenv("PDUSIM_DOIP_SILENT_ADDR");
-    }
-};
 
 class DoIpLinkTest : public SimFixture {
 protected:
@@ -48,7 +38,7 @@ protected:
         return found;
     }
 
-    Env env;
+    const ScopedEnvironments env{{{"PDUSIM_DOIP_ADDR", "127.44.0.2"}, {"PDUSIM_DOIP_SILENT_ADDR", "127.44.0.4"}}};
 };
 
 TEST_F(DoIpLinkTest, RequestsGoToTheEntityOfTheModule) {

@@ -16,6 +16,7 @@
 
 #include "DoIpFrame.h"
 #include "SimApi.h"
+#include "../support/ScopedEnvironment.h"
 
 using pdusim::DoIpFrame;
 using Bytes = std::vector<uint8_t>;
@@ -28,17 +29,6 @@ constexpr UNUM32 kDoIpResource = 1010;
 constexpr char kEntity[] = "127.43.0.2";
 constexpr char kDuplicate[] = "127.43.0.3";
 constexpr uint16_t kPort = 13400;
-
-struct Env {
-    Env() {
-        setenv("PDUSIM_DOIP_ADDR", kEntity, 1);
-        setenv("PDUSIM_DOIP_DUPLICATE_ADDR", kDuplicate, 1);
-    }
-    ~Env() {
-        unsetenv("PDUSIM_DOIP_ADDR");
-        unsetenv("PDUSIM_DOIP_DUPLICATE_ADDR");
-    }
-};
 
 uint32_t Ip(const char* text) {
     in_addr address{};
@@ -202,7 +192,7 @@ protected:
         }
     }
 
-    Env env;
+    const ScopedEnvironments env{{{"PDUSIM_DOIP_ADDR", kEntity}, {"PDUSIM_DOIP_DUPLICATE_ADDR", kDuplicate}}};
     SimApi api;
 };
 
