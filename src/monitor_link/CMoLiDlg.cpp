@@ -55,8 +55,6 @@ CMoLiDlg::CMoLiDlg(ui::Ui& ui)
     RegisterControls();
     BindHandlers();
     m_decoder.SetTrace(&m_trace);
-    m_List.AddMenuCommand(ID_SAVE_CANDUMP, "Save trace as candump log...", [this] { OnSaveTrace(TraceWriter::Format::Candump); });
-    m_List.AddMenuCommand(ID_SAVE_ASC, "Save trace as Vector ASC...", [this] { OnSaveTrace(TraceWriter::Format::Asc); });
 }
 
 CMoLiDlg::~CMoLiDlg()
@@ -161,6 +159,9 @@ void CMoLiDlg::StopTimer()
 bool CMoLiDlg::OnInitDialog()
 {
     PrepareWindow();
+    // The monitor service's CAN frames are what a trace holds; the DoIP window has none.
+    m_List.AddMenuCommand(ID_SAVE_CANDUMP, "Save trace as candump log...", [this] { OnSaveTrace(TraceWriter::Format::Candump); });
+    m_List.AddMenuCommand(ID_SAVE_ASC, "Save trace as Vector ASC...", [this] { OnSaveTrace(TraceWriter::Format::Asc); });
     {
         std::lock_guard lock(g_monitorLock);
         g_monitorDialog = Self();
