@@ -95,22 +95,16 @@ void TraceWriter::WriteCandump(const TraceStore::Snapshot& trace, std::FILE* out
 
 void TraceWriter::WriteAsc(const TraceStore::Snapshot& trace, std::FILE* out)
 {
-    uint64_t start = 0;
-    bool first = true;
+    // The measurement starts with the first frame: its date heads the file, its time is 0.
+    std::optional<uint64_t> start;
+    const auto header = [out](uint64_t timeUs) {
+        const std::string date = AscDate(timeUs);
+        std::fprintf(out, "date %s\nbase hex  timestamps absolute\ninternal events logged\n// version 9.0.0\n", date.c_str());
+        std::fprintf(out, "Begin Triggerblock %s\n   0.000000 Start of measurement\n", date.c_str());
+    };
     trace.ForEach([&](const TraceFrame& frame) {
-        if (!first) return;
-        start = frame.timeUs;
-        first = false;
-    });
-    if (first) {  // no frame: the measurement starts now
-        using namespace std::chrono;
-        start = static_cast<uint64_t>(duration_cast<microseconds>(system_clock::now().time_since_epoch()).count());
-    }
-    const std::string date = AscDate(start);
-    std::fprintf(out, "date %s\nbase hex  timestamps absolute\ninternal events logged\n// version 9.0.0\n", date.c_str());
-    std::fprintf(out, "Begin Triggerblock %s\n   0.000000 Start of measurement\n", date.c_str());
-    trace.ForEach([&](const TraceFrame& frame) {
-        const uint64_t offset = frame.timeUs - start;
+        if (!start) header(*(start = frame.timeUs));
+        const uint64_t offset = frame.timeUs - *start;
         char id[16];
         std::snprintf(id, sizeof id, (frame.flags & TraceFrame::EXTENDED) ? "%Xx" : "%X", frame.id);
         const char* direction = (frame.flags & TraceFrame::TX) ? "Tx" : "Rx";
@@ -128,5 +122,9 @@ void TraceWriter::WriteAsc(const TraceStore::Snapshot& trace, std::FILE* out)
         // Duration, bit count, flags (EDL, BRS), CRC and bit timings: the flags are what readers use.
         std::fprintf(out, " %8d %4d %8X %8d %8d %8d %8d %8d\n", 0, 0, 0x1000u | (brs ? 0x2000u : 0u), 0, 0, 0, 0, 0);
     });
+    if (!start) {  // no frame: the measurement starts now
+        using namespace std::chrono;
+        header(static_cast<uint64_t>(duration_cast<microseconds>(system_clock::now().time_since_epoch()).count()));
+    }
     std::fputs("End TriggerBlock\n", out);
 }
