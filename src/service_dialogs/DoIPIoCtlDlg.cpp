@@ -126,7 +126,7 @@ void DoIPIoCtlDlg::OnBnClickedSendIoCtl()
     T_PDU_ERROR result = PDU_STATUS_NOERROR;
     bool called = false;
     bool entityQuery = false;
-    m_powerModeText.clear();
+    std::string success;  // the power mode's own text for a success
     if (name == PDU_IOCTL_MS_CLEAR_DOIP_ENTITY_LIST) {
         called = ClearEntityList(result);
     } else if (name == "PDU_IOCTL_VEHICLE_ID_REQUEST") {
@@ -138,7 +138,7 @@ void DoIPIoCtlDlg::OnBnClickedSendIoCtl()
     } else if (name == "PDU_IOCTL_GET_ETH_PIN_OPTION") {
         called = GetPinValue(name.c_str(), m_PinOptionEdit, result);
     } else if (name == "PDU_IOCTL_GET_DIAGNOSTIC_POWER_MODE") {
-        called = GetPowerMode(result);
+        called = GetPowerMode(result, success);
         entityQuery = true;
     } else if (name == "PDU_IOCTL_GET_ENTITY_STATUS") {
         called = GetEntityStatus(result);
@@ -146,8 +146,8 @@ void DoIPIoCtlDlg::OnBnClickedSendIoCtl()
     }
     if (!called) return;
     m_LastStatus = result;
-    if (result == PDU_STATUS_NOERROR && !m_powerModeText.empty()) {
-        ShowResult(m_powerModeText);
+    if (result == PDU_STATUS_NOERROR && !success.empty()) {
+        ShowResult(success);
         return;
     }
     if (const char* text = ResultText(result, entityQuery)) ShowResult(text);
@@ -267,7 +267,7 @@ bool DoIPIoCtlDlg::EntityQuery(const char* name, PDU_DATA_ITEM** answer, T_PDU_E
     return true;
 }
 
-bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result)
+bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result, std::string& success)
 {
     AnswerItem answer;
     if (!EntityQuery("PDU_IOCTL_GET_DIAGNOSTIC_POWER_MODE", &answer.item, result)) return false;
@@ -277,7 +277,7 @@ bool DoIPIoCtlDlg::GetPowerMode(T_PDU_ERROR& result)
         std::snprintf(text, sizeof text, "PDU_STATUS_NOERROR: powerMode=%d", static_cast<int>(answer.Number()));
     else
         std::snprintf(text, sizeof text, "PDU_STATUS_NOERROR: powerMode=<n/a>");
-    m_powerModeText = text;
+    success = text;
     return true;
 }
 

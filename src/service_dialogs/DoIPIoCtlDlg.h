@@ -69,7 +69,7 @@ private:
     bool SetSwitchState(T_PDU_ERROR& result);
     bool GetPinValue(const char* name, controls::Edit& shown, T_PDU_ERROR& result);
     bool EntityQuery(const char* name, PDU_DATA_ITEM** answer, T_PDU_ERROR& result);
-    bool GetPowerMode(T_PDU_ERROR& result);
+    bool GetPowerMode(T_PDU_ERROR& result, std::string& success);
     bool GetEntityStatus(T_PDU_ERROR& result);
     bool ClearEntityList(T_PDU_ERROR& result);
     // PDUGetObjectId, and its box when it fails.
@@ -78,6 +78,4 @@ private:
     void ShowResult(const std::string& text);
     // Power mode and entity status know more codes than the other IOCTLs.
     static const char* ResultText(T_PDU_ERROR result, bool entityQuery);
-
-    std::string m_powerModeText;
 };
