@@ -37,17 +37,22 @@ uint32_t Ip(const char* text) {
 }
 
 // A tester of another program: its frames cross the entity's sockets only.
+// Binds the socket to 127.0.0.1 on a port of the system's choice, which it returns.
+uint16_t BindLoopback(int fd) {
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = Ip("127.0.0.1");
+    bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local);
+    socklen_t size = sizeof local;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&local), &size);
+    return ntohs(local.sin_port);
+}
+
 class TcpTester {
 public:
     TcpTester() {
         m_fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in local{};
-        local.sin_family = AF_INET;
-        local.sin_addr.s_addr = Ip("127.0.0.1");
-        bind(m_fd, reinterpret_cast<const sockaddr*>(&local), sizeof local);
-        socklen_t size = sizeof local;
-        getsockname(m_fd, reinterpret_cast<sockaddr*>(&local), &size);
-        port = ntohs(local.sin_port);
+        port = BindLoopback(m_fd);
     }
     ~TcpTester() { close(m_fd); }
     bool Connect() {
@@ -289,12 +294,7 @@ TEST_F(DoIpMonitorLinkTest, ABroadcastShowsOnceAndEachAnswer) {
     const int other = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     setsockopt(other, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_addr.s_addr = Ip("127.0.0.1");
-    bind(other, reinterpret_cast<const sockaddr*>(&local), sizeof local);
-    socklen_t size = sizeof local;
-    getsockname(other, reinterpret_cast<sockaddr*>(&local), &size);
+    const uint16_t otherPort = BindLoopback(other);
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = htons(kPort);
@@ -317,7 +317,7 @@ TEST_F(DoIpMonitorLinkTest, ABroadcastShowsOnceAndEachAnswer) {
     std::map<uint16_t, std::vector<Seen>> byTester;
     for (const Seen& seen : frames) byTester[seen.testerPort].push_back(seen);
     ASSERT_EQ(byTester.size(), 2u);
-    EXPECT_EQ(byTester.count(ntohs(local.sin_port)), 1u);
+    EXPECT_EQ(byTester.count(otherPort), 1u);
     for (const auto& [port, seen] : byTester) {
         SCOPED_TRACE(port);
         std::set<uint32_t> answered;
