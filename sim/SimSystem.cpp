@@ -341,7 +341,10 @@ void SimSystem::RefreshDoIpListening() {
     const bool listening = std::any_of(m_links.begin(), m_links.end(), [](const auto& entry) {
         return entry.second->IsDoIpMonitor() && entry.second->State() != PDU_CLLST_OFFLINE;
     });
+    const bool wasListening = DoIpTraffic::Instance().Listening();
     DoIpTraffic::Instance().SetListening(listening);
+    // A scheduler with nothing to do waits without a bound: it must start polling the frames now.
+    if (listening && !wasListening) WakeScheduler();
 }
 
 void SimSystem::DeliverDoIpTraffic() {
