@@ -5,7 +5,7 @@
 # Extra groups by name: package (build and check the Debian package), icons (render the PNG
 # icons from their SVG), screenshot (a picture of the installed bench under a virtual screen).
 set -euo pipefail
-packages=(g++ make cmake pkg-config qt6-base-dev libgl-dev libpugixml-dev libgtest-dev libgmock-dev
+packages=(g++ make cmake ninja-build pkg-config iproute2 qt6-base-dev libgl-dev libpugixml-dev libgtest-dev libgmock-dev
           libbenchmark-dev xvfb xauth can-utils tshark)
 for group in "$@"; do
   case "$group" in
