@@ -316,9 +316,10 @@ int RunMonitor(int seconds)
     const double closeLink = Since(closeStart);
     tick();
     const uint32_t count = monitor->Decoder().MonCount();
+    // Before the copy of the rows below, which is the bench's and not the window's.
+    std::printf("end:    %s (MonCount %u, %.0f items/s)\n", Memory().c_str(), count, count / (Since(start) / 1000));
     const std::vector<std::string> rows = monitor->m_List.Rows();
     const size_t frames = monitor->Trace().Size();
-    std::printf("end:    %s (MonCount %u, %.0f items/s)\n", Memory().c_str(), count, count / (Since(start) / 1000));
     Check(rows.size() == std::min<size_t>(count, controls::PrintListCtrl::ROWS),
           "the list holds " + std::to_string(rows.size()) + " rows of MonCount " + std::to_string(count));
     // The trace keeps the last million frames at least (it lets go of whole chunks).

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <random>
@@ -90,6 +89,18 @@ struct Writer {
 class CrashBench {
 public:
     explicit CrashBench(std::string path) : m_path(std::move(path)) {}
+    // A test that stopped early leaves no writer behind in a folder that is going.
+    ~CrashBench()
+    {
+        for (Writer& writer : m_writers)
+            if (writer.pid >= 0) {
+                kill(writer.pid, SIGKILL);
+                waitpid(writer.pid, nullptr, 0);
+                close(writer.reportFd);
+            }
+    }
+    CrashBench(const CrashBench&) = delete;
+    CrashBench& operator=(const CrashBench&) = delete;
 
     void Spawn(int slot)
     {
