@@ -56,12 +56,27 @@ bool WriteAll(int fd, const std::string& text)
     return true;
 }
 
-std::string TemporaryTemplate(const std::string& target)
+// One name per target, used only by the lock holder: a writer killed between creating it and
+// the rename leaves at most this one file, which the next writer replaces. Names of its own per
+// writer would pile up, one near-copy of the settings per crash.
+std::string TemporaryName(const std::string& target)
 {
     const auto slash = target.find_last_of('/');
     const std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
-    return folder + "." + name + ".XXXXXX";
+    return folder + "." + name + ".new";
+}
+
+int CreateTemporary(const std::string& path)
+{
+    // The leftover of a killed writer goes first; O_EXCL then never follows a planted link.
+    if (unlink(path.c_str()) != 0 && errno != ENOENT)
+        return -1;
+    int fd;
+    do
+        fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    while (fd < 0 && errno == EINTR);
+    return fd;
 }
 
 }  // namespace
@@ -123,8 +138,8 @@ bool AtomicFileUpdate::Commit(const std::string& text)
 {
     if (!IsLocked())
         return false;
-    std::string temporary = TemporaryTemplate(m_path);
-    const int fd = mkstemp(temporary.data());
+    const std::string temporary = TemporaryName(m_path);
+    const int fd = CreateTemporary(temporary);
     if (fd < 0)
         return false;
     struct stat info {};
