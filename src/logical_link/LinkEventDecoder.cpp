@@ -110,6 +110,10 @@ LinkEventDecoder::Result LinkEventDecoder::Decode(const PDU_EVENT_ITEM& item, Li
     if (full && !quiet) sink.CountEvent();
     if (!m_monitor) Header(item, quiet, timestamps, sink, out);
     if (!known) return Result::UnknownItem;
+    if (!item.pData) {
+        if (Shown(sink)) out.Format("Error: event item of type 0x%x without its data (pData is NULL).\n", item.ItemType);
+        return Result::Decoded;
+    }
 
     switch (item.ItemType) {
     case PDU_IT_RESULT: {
