@@ -43,6 +43,7 @@ const std::string kFinished = "ComPrimitive: 1(0x1) finished.";
 const std::string kNullStatus = "Error: event item of type 0x1301 without its data (pData is NULL).";
 const std::string kUnknownType = "Error: event item of unknown type 0x7777; the link reads no more events.";
 const std::string kLinkEndless = "Warning: PDUGetEventItem still delivers after 1000 items; the link reads on after a pause.";
+const std::string kOverrun = "Warning: NumDataBytes of 4294967280 is more than 65536; it is read that far.";
 const std::string kModuleEndless =
     "Warning: the event queue of module 0x1 still delivers after 1000 items; it is read on later.";
 
@@ -68,6 +69,8 @@ const std::vector<HostileCase> kCases = {
     {"event_unknown_type", "MRVNE_HOSTILE", Flow::Full, {kUnknownType}},
     {"endless_events", "MRVNE_HOSTILE", Flow::Plain, {kLinkEndless, kModuleEndless}},
     {"endless_events", "MRVNE_HOSTILE", Flow::Full, {kLinkEndless, kModuleEndless}},
+    {"count_overrun", "MRVNE_HOSTILE", Flow::Plain, {kOverrun, " NumDataBytes         = 65536", kFinished}},
+    {"count_overrun", "MRVNE_HOSTILE", Flow::Full, {kOverrun, " NumDataBytes         = 65536"}},
     {"events_after_destruct", "MRVNE_HOSTILE", Flow::Plain, {kFinished}},
     {"callback_storm", "MRVNE_HOSTILE", Flow::Plain, {kFinished}},
     {"callback_storm", "MRVNE_HOSTILE", Flow::Full, {"ItemType=PDU_IT_STATUS: Status=PDU_COPST_FINISHED."}},
