@@ -114,8 +114,9 @@ public:
     void OnBnClickedGetVBatt();
     void OnBnClickedGetIgnitionState();
     void OnBnClickedBusMonitoring();
-    void ProcessModuleEvents();
-    void ProcessSystemEvents();
+    // Each answers whether its queue was left with items in it.
+    bool ProcessModuleEvents();
+    bool ProcessSystemEvents();
 
     // Link launch.
     void OnBnClickedOpenLoLi();

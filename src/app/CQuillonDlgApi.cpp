@@ -176,9 +176,10 @@ void CQuillonDlg::OnBnClickedExit()
     ClearWorkingTables();
     ResetSelectionControls();
     StopEventThread();
+    // The library may call back until it is unloaded; its callbacks release these.
+    FreeLibrary();
     m_hModuleEventSem.reset();
     m_hSystemEventSem.reset();
-    FreeLibrary();
     {
         std::lock_guard lock(PrintLock);
         m_LogList.Clear();

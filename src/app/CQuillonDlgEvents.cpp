@@ -1,5 +1,7 @@
 // Module and system events, and the main dialog's own IOCTLs.
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 #include "app/CQuillonDlg.h"
 #include "app/TableRows.h"
@@ -14,6 +16,10 @@ void Destroy(void* item)
 {
     if (item) PduApi.PDUDestroyItem(static_cast<PDU_ITEM*>(item));
 }
+
+// A queue that still delivers after this many items in one round is left for the next round, so
+// that the round lets go of PrintLock and a stop is seen.
+constexpr int kMaxEventsPerRound = 1000;
 
 uint32_t DefaultCableId(uint32_t moduleTypeId)
 {
@@ -40,10 +46,9 @@ void CQuillonDlg::QUILLON_ModuleEventThread(CQuillonDlg* dlg)
     for (;;) {
         const int woken = platform::WaitAny(*dlg->m_hModuleEventSem, *dlg->m_hSystemEventSem);
         if (dlg->m_bEventThreadStop) break;
-        if (woken == 0)
-            dlg->ProcessModuleEvents();
-        else
-            dlg->ProcessSystemEvents();
+        const bool more = woken == 0 ? dlg->ProcessModuleEvents() : dlg->ProcessSystemEvents();
+        // Others wait for PrintLock too: the next round of a queue that never runs dry comes later.
+        if (more) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     dlg->m_bEventThreadRunning = 0;
 }
@@ -61,12 +66,21 @@ void PDU_CALL CQuillonDlg::SystemEventCallback(T_PDU_EVT_DATA, UNUM32, UNUM32, v
 // Each round holds PrintLock: the UI thread destructs and frees the library, and replaces the
 // module array, only under it, so a round never calls into a library that is going away. Wake-ups
 // left over from before an unload find the API not constructed and do nothing.
-void CQuillonDlg::ProcessModuleEvents()
+bool CQuillonDlg::ProcessModuleEvents()
 {
     std::lock_guard lock(PrintLock);
-    if (!m_bPduConstructed || !m_hPduApiDll) return;
+    if (!m_bPduConstructed || !m_hPduApiDll) return false;
+    bool more = false;
     for (const PduModuleRec& module : m_pPduModules) {
-        for (;;) {
+        for (int count = 0;; ++count) {
+            if (m_bEventThreadStop) return false;
+            if (count == kMaxEventsPerRound) {
+                Log("Warning: the event queue of module 0x%x still delivers after %d items; it is read on later.\n",
+                    module.hMod, kMaxEventsPerRound);
+                m_hModuleEventSem->Release();
+                more = true;
+                break;
+            }
             PDU_EVENT_ITEM* item = nullptr;
             const T_PDU_ERROR rc = PduApi.PDUGetEventItem(module.hMod, PDU_HANDLE_UNDEF, &item);
             if (rc == PDU_ERR_EVENT_QUEUE_EMPTY || rc == PDU_ERR_INVALID_HANDLE || rc == PDU_ERR_MODULE_NOT_CONNECTED)
@@ -77,6 +91,7 @@ void CQuillonDlg::ProcessModuleEvents()
             Destroy(item);
         }
     }
+    return more;
 }
 
 // Runs inside a module round, under its PrintLock.
@@ -116,11 +131,18 @@ void CQuillonDlg::LogModuleEvent(const PDU_EVENT_ITEM& item, const PduModuleRec&
     }
 }
 
-void CQuillonDlg::ProcessSystemEvents()
+bool CQuillonDlg::ProcessSystemEvents()
 {
     std::lock_guard lock(PrintLock);
-    if (!m_bPduConstructed || !m_hPduApiDll) return;
-    for (;;) {
+    if (!m_bPduConstructed || !m_hPduApiDll) return false;
+    for (int count = 0;; ++count) {
+        if (m_bEventThreadStop) return false;
+        if (count == kMaxEventsPerRound) {
+            Log("Warning: the system event queue still delivers after %d items; it is read on later.\n",
+                kMaxEventsPerRound);
+            m_hSystemEventSem->Release();
+            return true;
+        }
         PDU_EVENT_ITEM* item = nullptr;
         const T_PDU_ERROR rc = PduApi.PDUGetEventItem(PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &item);
         if (rc == PDU_ERR_EVENT_QUEUE_EMPTY || rc == PDU_ERR_PDUAPI_NOT_CONSTRUCTED || !item) break;
@@ -138,6 +160,7 @@ void CQuillonDlg::ProcessSystemEvents()
         }
         Destroy(item);
     }
+    return false;
 }
 
 // Runs under PrintLock on the event thread.

@@ -12,9 +12,25 @@
 
 namespace {
 
-const char* Str(const char* text)
+// A library's texts are read no further than this: one without its terminator stops here, and
+// a module's line with both texts still fits a log row.
+constexpr size_t kMaxVendorText = 400;
+// More modules than this is no list a library means; it is not read.
+constexpr UNUM32 kMaxModules = 1024;
+
+std::string Bounded(const char* text)
 {
-    return text ? text : "(null)";
+    return text ? std::string(text, strnlen(text, kMaxVendorText)) : std::string();
+}
+
+std::string Str(const char* text)
+{
+    return text ? Bounded(text) : "(null)";
+}
+
+bool Unterminated(const char* text)
+{
+    return text && strnlen(text, kMaxVendorText) == kMaxVendorText;
 }
 
 const char* ModuleStatusText(T_PDU_ERROR result, T_PDU_STATUS status)
@@ -151,12 +167,15 @@ void CQuillonDlg::LogModuleList(const PDU_MODULE_ITEM& list, bool longForm)
         UNUM32 timestamp = 0, extra = 0;
         const T_PDU_ERROR rc = PduApi.PDUGetStatus(m.hMod, PDU_HANDLE_UNDEF, PDU_HANDLE_UNDEF, &status, &timestamp, &extra);
         m_LastPduStatus = rc;
-        if (longForm)
+        if (longForm) {
             Log("hMod: 0x%x, ModuleStatus: %s, \n   Module Type ID: %d,\n   Vendor Module Name: %s, \n"
                 "   Vendor Additional Info: %s\n",
-                m.hMod, ModuleStatusText(rc, status), static_cast<int>(m.ModuleTypeId), Str(m.pVendorModuleName),
-                Str(m.pVendorAdditionalInfo));
-        else
+                m.hMod, ModuleStatusText(rc, status), static_cast<int>(m.ModuleTypeId), Str(m.pVendorModuleName).c_str(),
+                Str(m.pVendorAdditionalInfo).c_str());
+            if (Unterminated(m.pVendorModuleName) || Unterminated(m.pVendorAdditionalInfo))
+                Log("Warning: a vendor text of module 0x%x has no end within %u characters; it is read that far.\n",
+                    m.hMod, static_cast<unsigned>(kMaxVendorText));
+        } else
             Log("hMod: 0x%x, ModuleStatus: %s\n", m.hMod, ModuleStatusText(rc, status));
     }
 }
@@ -184,7 +203,15 @@ PDU_MODULE_ITEM* CQuillonDlg::CallGetModuleIds()
 // A list without modules ends the command; the library gets back what it handed out.
 bool CQuillonDlg::ModuleListUsable(PDU_MODULE_ITEM* list)
 {
-    if (!list || list->NumEntries == 0 || !list->pModuleData) {
+    // What the library got wrong is said before the list is refused.
+    if (list && list->ItemType != PDU_IT_MODULE_ID)
+        Log("Error: PDUGetModuleIds delivered an item of type 0x%x instead of PDU_IT_MODULE_ID.\n", list->ItemType);
+    else if (list && list->NumEntries > 0 && !list->pModuleData)
+        Log("Error: PDUGetModuleIds delivered %u modules without their data.\n", list->NumEntries);
+    else if (list && list->NumEntries > kMaxModules)
+        Log("Error: PDUGetModuleIds delivered %u modules, more than %u.\n", list->NumEntries, kMaxModules);
+    if (!list || list->NumEntries == 0 || !list->pModuleData || list->ItemType != PDU_IT_MODULE_ID ||
+        list->NumEntries > kMaxModules) {
         Log("Error: No PduApi module found!");
         m_bApiUsable = false;
         if (list) PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(list));
@@ -203,7 +230,8 @@ bool CQuillonDlg::FillModuleRecord(const PDU_MODULE_DATA& data, PduModuleRec& re
     record.hMod = data.hMod;
     record.ModuleTypeId = data.ModuleTypeId;
     if (!RowById(m_ModuleTypes, data.ModuleTypeId)) return false;
-    record.displayName = BuildModuleDisplayName(data.pVendorModuleName, data.pVendorAdditionalInfo);
+    record.displayName = BuildModuleDisplayName(Bounded(data.pVendorModuleName).c_str(),
+                                                Bounded(data.pVendorAdditionalInfo).c_str());
     AddResourcesOfType(record);
     return true;
 }
@@ -252,10 +280,10 @@ void CQuillonDlg::OnBnClickedGetModuleIds()
         const PDU_MODULE_DATA& m = list->pModuleData[i];
         Log("\n         ModuleTypeId: %u", m.ModuleTypeId);
         Log("\n                  Mod: %u", m.hMod);
-        Log("\n    pVendorModuleName: %s", Str(m.pVendorModuleName));
+        Log("\n    pVendorModuleName: %s", Str(m.pVendorModuleName).c_str());
         Log("\npVendorAdditionalInfo: ");
         bool first = true;
-        for (const std::string& token : InfoTokens(m.pVendorAdditionalInfo ? m.pVendorAdditionalInfo : "")) {
+        for (const std::string& token : InfoTokens(Bounded(m.pVendorAdditionalInfo))) {
             if (token.size() < 3) continue;
             Log(first ? "%s" : "\n                       %s", token.c_str());
             first = false;

@@ -1,5 +1,6 @@
 #include "logical_link/CLinkBaseDlg.h"
 
+#include <cstdio>
 #include <mutex>
 #include <unordered_map>
 
@@ -8,11 +9,15 @@
 #include "editors/URID_Table_Dialog.h"
 #include "logical_link/LinkHost.h"
 #include "logical_link/LinkResource.h"
+#include "logical_link/WorkerThread.h"
 #include "pdu/PduApi.h"
 #include "pdu/PduStatusText.h"
 #include "platform/ProfileFile.h"
 
 namespace {
+
+// Items of one round of a receive thread, after which it lets others at the link for a while.
+constexpr int kMaxEventsPerRound = 1000;
 
 // A folder read from the settings file: at most 260 characters.
 constexpr uint32_t kFolderBuffer = 261;
@@ -257,4 +262,34 @@ void CLinkBaseDlg::EditUridTable(LinkComParams& params, bool plainOwner)
     const T_PDU_ERROR result = PduApi.PDUSetUniqueRespIdTable(m_hMod, m_hCLL, params.m_uridTable.Item());
     params.LogText(LinkComParams::kSeparator);
     params.LogText(std::string("Return of PDUSetUniqueRespIdTable:\n") + PduStatusText(result) + "\n");
+}
+
+CLinkBaseDlg::EventRound CLinkBaseDlg::ReadEventRound(WorkerThread& worker,
+                                                     const std::function<bool(const PDU_EVENT_ITEM&)>& onItem,
+                                                     const std::function<void(const std::string&)>& report)
+{
+    for (int count = 0;; ++count) {
+        if (worker.killed || worker.stop) return EventRound::Stopped;
+        if (count == kMaxEventsPerRound) {
+            report("Warning: PDUGetEventItem still delivers after " + std::to_string(kMaxEventsPerRound) +
+                   " items; the link reads on after a pause.\n");
+            return EventRound::Capped;
+        }
+        PDU_EVENT_ITEM* item = nullptr;
+        const T_PDU_ERROR result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
+        if (result == PDU_ERR_EVENT_QUEUE_EMPTY || result == PDU_ERR_INVALID_HANDLE) return EventRound::Drained;
+        // Any other answer counts as an item; without one there is nothing to read until the next event.
+        if (!item) {
+            report(std::string("Error: PDUGetEventItem delivered no item:\n") + PduStatusText(result) + "\n");
+            return EventRound::Drained;
+        }
+        if (!onItem(*item)) {
+            char text[96];
+            std::snprintf(text, sizeof text, "Error: event item of unknown type 0x%x; the link reads no more events.\n",
+                          item->ItemType);
+            report(text);
+            return EventRound::Stopped;
+        }
+        PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
+    }
 }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -15,6 +16,7 @@
 #include "ui/Dialog.h"
 
 class LinkHost;
+class WorkerThread;
 
 class CLinkBaseDlg : public Dialog, public EditorOwner, public std::enable_shared_from_this<CLinkBaseDlg> {
 public:
@@ -76,6 +78,14 @@ public:
     const unsigned m_timerId;
 
 protected:
+    enum class EventRound { Drained, Stopped, Capped };
+    // One round of the receive thread over the link's queue: every item goes to `onItem`, which
+    // answers false for an item of a type it doesn't know (the round ends, the item is kept);
+    // `report` gets the lines about what the library got wrong. The round ends when the queue is
+    // empty, the worker is told to stop, or after so many items that the queue seems never to run
+    // dry (Capped: the caller pauses, so that the window gets at the link, and reads on).
+    EventRound ReadEventRound(WorkerThread& worker, const std::function<bool(const PDU_EVENT_ITEM&)>& onItem,
+                              const std::function<void(const std::string&)>& report);
     static unsigned TimerIdOf(int templateId);
     void MoveTo(int x, int y);
     // An editor still open on the link refuses the close, with a box that says which.

@@ -110,11 +110,14 @@ LinkEventDecoder::Result LinkEventDecoder::Decode(const PDU_EVENT_ITEM& item, Li
     if (full && !quiet) sink.CountEvent();
     if (!m_monitor) Header(item, quiet, timestamps, sink, out);
     if (!known) return Result::UnknownItem;
+    if (!item.pData) {
+        if (Shown(sink)) out.Format("Error: event item of type 0x%x without its data (pData is NULL).\n", item.ItemType);
+        return Result::Decoded;
+    }
 
     switch (item.ItemType) {
     case PDU_IT_RESULT: {
-        PDU_RESULT_DATA empty{};
-        const auto& result = item.pData ? *static_cast<const PDU_RESULT_DATA*>(item.pData) : empty;
+        const PDU_RESULT_DATA result = Bounded(*static_cast<const PDU_RESULT_DATA*>(item.pData), sink, out);
         if (m_monitor)
             MonitorResult(result, out);
         else
@@ -185,6 +188,21 @@ void LinkEventDecoder::MonitorResult(const PDU_RESULT_DATA& result, LogLines& ou
     for (uint32_t i = 4; result.pDataBytes && i < result.NumDataBytes; ++i)
         HexByte(out, " ", result.pDataBytes[i], (i - 4) % 8 == 7 ? "\n                       " : "");
     out.Add("\n");
+}
+
+// A result's counts are read no further than a library can mean them; more is said and cut.
+PDU_RESULT_DATA LinkEventDecoder::Bounded(const PDU_RESULT_DATA& result, LinkEventSink& sink, LogLines& out) const
+{
+    PDU_RESULT_DATA bounded = result;
+    const auto cut = [&](UNUM32& count, UNUM32 limit, const char* name) {
+        if (count <= limit) return;
+        if (Shown(sink)) out.Format("Warning: %s of %u is more than %u; it is read that far.\n", name, count, limit);
+        count = limit;
+    };
+    cut(bounded.NumDataBytes, kMaxDataBytes, "NumDataBytes");
+    cut(bounded.RxFlag.NumFlagBytes, kMaxFlagBytes, "RxFlag.NumFlagBytes");
+    cut(bounded.TimestampFlags.NumFlagBytes, kMaxFlagBytes, "TimestampFlags.NumFlagBytes");
+    return bounded;
 }
 
 void LinkEventDecoder::ResultItem(const PDU_RESULT_DATA& result, bool timestamps, LinkEventSink& sink,

@@ -48,6 +48,11 @@ public:
     static void DataLostLines(LogLines& out);
 
 private:
+    // Beyond these a count is taken for garbage: a frame of ISO 15765 or DoIP a tester reads at
+    // once stays below the first, and no library has more flag bytes than the second.
+    static constexpr UNUM32 kMaxDataBytes = 65536;
+    static constexpr UNUM32 kMaxFlagBytes = 64;
+    PDU_RESULT_DATA Bounded(const PDU_RESULT_DATA& result, LinkEventSink& sink, LogLines& out) const;
     void Header(const PDU_EVENT_ITEM& item, bool quiet, bool timestamps, LinkEventSink& sink, LogLines& out) const;
     void ResultItem(const PDU_RESULT_DATA& result, bool timestamps, LinkEventSink& sink, LogLines& out) const;
     void MonitorResult(const PDU_RESULT_DATA& result, LogLines& out) const;

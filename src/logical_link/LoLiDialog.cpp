@@ -1,6 +1,8 @@
 #include "logical_link/LoLiDialog.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <cstdarg>
 #include <cstdio>
 
@@ -374,24 +376,22 @@ void LoLiDialog::ReceiveLoop()
     bool unknownItem = false;
     LogLines lines;
     while (!worker.killed && !worker.stop && !unknownItem) {
+        EventRound round = EventRound::Drained;
         {
             std::lock_guard lock(LinkLock);
-            PDU_EVENT_ITEM* item = nullptr;
-            T_PDU_ERROR result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
-            while (!worker.killed && result != PDU_ERR_EVENT_QUEUE_EMPTY && result != PDU_ERR_INVALID_HANDLE) {
-                if (item) {
-                    lines.Clear();
-                    unknownItem = decoder.Decode(*item, *this, lines) == LinkEventDecoder::Result::UnknownItem;
-                    m_log.PrintBatch(0, lines.Text());
-                    if (unknownItem) break;
-                    PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
-                }
-                item = nullptr;
-                result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
-            }
+            round = ReadEventRound(worker, [&](const PDU_EVENT_ITEM& item) {
+                lines.Clear();
+                unknownItem = decoder.Decode(item, *this, lines) == LinkEventDecoder::Result::UnknownItem;
+                m_log.PrintBatch(0, lines.Text());
+                return !unknownItem;
+            }, [this](const std::string& text) { m_log.PrintBatch(0, text); });
         }
         if (worker.killed || unknownItem) break;
-        m_rxSemaphore->Wait();
+        // A queue that never runs dry is read on after a pause in which the window gets LinkLock.
+        if (round == EventRound::Capped)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        else
+            m_rxSemaphore->Wait();
     }
     if (!worker.killed) worker.running = 0;
 }

@@ -1,6 +1,8 @@
 // The full link window's events: the callback, the receive thread, and what decoding reads and
 // changes in the window.
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "description/NumberText.h"
 #include "logical_link/LinkHost.h"
@@ -40,20 +42,18 @@ void LoLiDialogKeldaPDUAPI::ReceiveLoop()
     bool unknownItem = false;
     while (!worker.killed && !worker.stop && !unknownItem) {
         LogLines lines;
-        PDU_EVENT_ITEM* item = nullptr;
-        T_PDU_ERROR result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
-        while (!worker.killed && result != PDU_ERR_EVENT_QUEUE_EMPTY && result != PDU_ERR_INVALID_HANDLE) {
-            if (item) {
-                // An item the program doesn't know ends the thread; it isn't returned.
-                unknownItem = ProcessEventItem(decoder, *item, lines) == LinkEventDecoder::Result::UnknownItem;
-                if (unknownItem) break;
-                PduApi.PDUDestroyItem(reinterpret_cast<PDU_ITEM*>(item));
-            }
-            item = nullptr;
-            result = PduApi.PDUGetEventItem(m_hMod, m_hCLL, &item);
-        }
+        const EventRound round = ReadEventRound(worker, [&](const PDU_EVENT_ITEM& item) {
+            // An item the program doesn't know ends the thread; it isn't returned.
+            unknownItem = ProcessEventItem(decoder, item, lines) == LinkEventDecoder::Result::UnknownItem;
+            return !unknownItem;
+        }, [this](const std::string& text) {
+            if (m_pUIThread) m_pUIThread->PrintBatch(m_log, 0, text);
+        });
         if (worker.killed || unknownItem) break;
-        m_rxSemaphore->Wait();
+        if (round == EventRound::Capped)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        else
+            m_rxSemaphore->Wait();
     }
     if (worker.killed) return;
     worker.running = 0;
