@@ -3,10 +3,18 @@
 
 #include <cerrno>
 
+#include "logical_link/WorkerThread.h"
 #include "pdu/PduApi.h"
 #include "pdu/PduStatusText.h"
 #include "platform/DynamicLibrary.h"
 #include "root/RootFileReader.h"
+
+namespace {
+
+// How long an unload waits for link threads still inside the library.
+constexpr uint32_t kUnloadWaitMs = 5000;
+
+}  // namespace
 
 bool CQuillonDlg::LoadPduApi(const std::string& shortName)
 {
@@ -57,7 +65,12 @@ void CQuillonDlg::FreeLibrary()
 {
     // A monitor window holds objects of the library: it lets go of them while they still exist.
     DetachMonitorWindows();
-    if (m_hPduApiDll) platform::FreeLibrary(m_hPduApiDll);
+    // A worker that a close gave up on may still be inside a call of the library; unloading
+    // would take the code from under it. Such a library stays loaded.
+    if (m_hPduApiDll && !WorkerThread::WaitAllEnded(kUnloadWaitMs))
+        Log("Warning: a link thread is still inside the library after %u ms; it stays loaded.\n", kUnloadWaitMs);
+    else if (m_hPduApiDll)
+        platform::FreeLibrary(m_hPduApiDll);
     m_hPduApiDll = nullptr;
 }
 
@@ -176,10 +189,9 @@ void CQuillonDlg::OnBnClickedExit()
     ClearWorkingTables();
     ResetSelectionControls();
     StopEventThread();
-    // The library may call back until it is unloaded; its callbacks release these.
     FreeLibrary();
-    m_hModuleEventSem.reset();
-    m_hSystemEventSem.reset();
+    // The event semaphores stay for the dialog's life: a library's own threads may still call
+    // back after PDUDestruct, even after the unload, and their callbacks release them.
     {
         std::lock_guard lock(PrintLock);
         m_LogList.Clear();

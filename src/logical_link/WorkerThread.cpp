@@ -6,7 +6,26 @@ namespace {
 
 constexpr auto kPoll = std::chrono::milliseconds(2);
 
+std::atomic<int> g_liveWorkers{0};
+
 }  // namespace
+
+WorkerThread::LiveGuard::LiveGuard()
+{
+    ++g_liveWorkers;
+}
+
+WorkerThread::LiveGuard::~LiveGuard()
+{
+    --g_liveWorkers;
+}
+
+bool WorkerThread::WaitAllEnded(uint32_t timeoutMs)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (g_liveWorkers > 0 && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(kPoll);
+    return g_liveWorkers == 0;
+}
 
 bool WorkerThread::WaitStarted(uint32_t timeoutMs) const
 {

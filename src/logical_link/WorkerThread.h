@@ -20,8 +20,15 @@ public:
     {
         Release();
         killed = false;
-        m_thread = std::thread(std::forward<Function>(function));
+        m_thread = std::thread([function = std::forward<Function>(function)]() mutable {
+            const LiveGuard live;
+            function();
+        });
     }
+    // Every worker of every window, given up or not, until its function has returned. Such a
+    // thread may be inside the library: it must stay loaded until the last one has left it.
+    // True when none runs any more, false when `timeoutMs` passed first.
+    static bool WaitAllEnded(uint32_t timeoutMs);
     // A handle exists from the start until the close has dealt with the thread.
     bool Exists() const { return m_thread.joinable(); }
     // True once the thread set its running flag, or when `timeoutMs` passed first.
@@ -38,5 +45,11 @@ public:
     std::atomic<bool> killed{false};
 
 private:
+    struct LiveGuard {
+        LiveGuard();
+        ~LiveGuard();
+        LiveGuard(const LiveGuard&) = delete;
+        LiveGuard& operator=(const LiveGuard&) = delete;
+    };
     std::thread m_thread;
 };
