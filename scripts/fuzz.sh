@@ -30,7 +30,8 @@ mkdir -p "$findings"
 harnesses=(mdf_parser cdf_parser root_file_reader profile_document pdu_hex_text com_param_value
            module_display_name link_event_decoder monitor_line_decoder doip_line_decoder doip_frame)
 declare -A dict=([mdf_parser]=mdf [cdf_parser]=cdf [root_file_reader]=root)
-declare -A short_runs=([mdf_parser]=3000 [cdf_parser]=4000 [root_file_reader]=6000)
+declare -A short_runs=([mdf_parser]=2000 [cdf_parser]=2500 [root_file_reader]=3000 [monitor_line_decoder]=10000
+                   [doip_line_decoder]=20000)
 [ $# -gt 0 ] && harnesses=("$@")
 
 status=0
