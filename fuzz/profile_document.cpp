@@ -23,10 +23,13 @@ std::string Writable(std::string text, bool name)
         out += c;
     }
     const char* blanks = " \t\v";
-    out.erase(0, out.find_first_not_of(blanks) == std::string::npos ? out.size() : out.find_first_not_of(blanks));
-    out.erase(out.find_last_not_of(blanks) + 1);
+    for (;;) {
+        out.erase(0, out.find_first_not_of(blanks) == std::string::npos ? out.size() : out.find_first_not_of(blanks));
+        out.erase(out.find_last_not_of(blanks) + 1);
+        if (out.size() < 2 || (out[0] != '"' && out[0] != '\'') || out.back() != out[0]) break;
+        out.pop_back();  // and trim again: the quote may have hidden blanks
+    }
     if (name && !out.empty() && out[0] == ';') out[0] = '_';
-    if (out.size() >= 2 && (out[0] == '"' || out[0] == '\'') && out.back() == out[0]) out.pop_back();
     return out;
 }
 
