@@ -16,8 +16,8 @@ using controls::Notification;
 
 namespace {
 
-constexpr controls::CListCtrlEx::Font kNormalFont{"Lucida Console", 70};
-constexpr controls::CListCtrlEx::Font kLargeFont{"Courier New", 90};
+const controls::CListCtrlEx::Font kNormalFont{"Lucida Console", 70};
+const controls::CListCtrlEx::Font kLargeFont{"Courier New", 90};
 constexpr char kHotKeyLetters[] = {'s', 'l', 'f'};
 
 // The window the service's notices go to: written by OnInitDialog, read by the callback.

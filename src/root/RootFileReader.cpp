@@ -22,26 +22,41 @@ std::string BaseName(const char* name)
     return colon == std::string::npos ? full : full.substr(colon + 1);
 }
 
+// Every node below `top` in document order, without recursion: a file nested a few hundred
+// thousand elements deep must not run the stack out. `visit` says whether to go into a node.
+template <class Visit>
+void WalkBelow(const pugi::xml_node& top, Visit visit)
+{
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        if (visit(node) && node.first_child()) {
+            node = node.first_child();
+            continue;
+        }
+        while (node != top && !node.next_sibling()) node = node.parent();
+        if (node == top) break;
+        node = node.next_sibling();
+    }
+}
+
 // The document's typed value of an untyped element: all of its text.
 std::string ElementText(const pugi::xml_node& node)
 {
     std::string text;
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
-            text += child.value();
-        else if (child.type() == pugi::node_element)
-            text += ElementText(child);
-    }
+    WalkBelow(node, [&](const pugi::xml_node& child) {
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) text += child.value();
+        return child.type() == pugi::node_element;
+    });
     return text;
 }
 
 void CollectByTag(const pugi::xml_node& node, const char* tag, std::vector<pugi::xml_node>& out)
 {
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_element) continue;
+    WalkBelow(node, [&](const pugi::xml_node& child) {
+        if (child.type() != pugi::node_element) return false;
         if (std::string(child.name()) == tag) out.push_back(child);
-        CollectByTag(child, tag, out);
-    }
+        return true;
+    });
 }
 
 std::vector<pugi::xml_node> ElementsByTagName(const pugi::xml_document& doc, const char* tag)

@@ -121,3 +121,23 @@ TEST(RootFileReader, UriRulesOfBothPlatforms)
         EXPECT_EQ(RootUriToPath(c.uri, false), c.posix) << c.uri;
     }
 }
+
+TEST(RootFileReader, DeepNestingReadsInDocumentOrder)
+{
+    // Names and modules found at any depth, in document order, and a name's text gathered from
+    // every level below it; nested deeper than a recursive walk's stack would take.
+    constexpr int kDepth = 300000;
+    std::string deep;
+    for (int i = 0; i < kDepth; ++i) deep += "<x>";
+    deep += "B";
+    for (int i = 0; i < kDepth; ++i) deep += "</x>";
+    TempDir dir;
+    const auto path = dir.Write("deep.xml", "<MVCI_PDU_API_ROOT><MVCI_PDU_API><SHORT_NAME>A<i>1</i>2</SHORT_NAME>"
+                                            "<SUPPLIER_NAME>S</SUPPLIER_NAME></MVCI_PDU_API><MVCI_PDU_API>"
+                                            "<SHORT_NAME>" + deep + "</SHORT_NAME><LIBRARY_FILE URI=\"file:///b.so\"/>"
+                                            "</MVCI_PDU_API></MVCI_PDU_API_ROOT>");
+    const Result list = Read(path, "");
+    EXPECT_EQ(list.value, "Root description file contains 2 MVCI modules.\n");
+    EXPECT_EQ(list.names, "A12" + std::string(1, kRootListSeparator) + "B");
+    EXPECT_EQ(Read(path, "LIBRARY_FILE", "B").value, "/b.so");
+}
