@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "../support/LogTexts.h"
+#include "../support/RunCommand.h"
 #include "../support/TempDir.h"
 #include "controls/Edit.h"
 #include "controls/ListBox.h"
@@ -26,13 +27,10 @@ protected:
         const std::string scriptPath = m_dir.Write("script.txt", script);
         const std::string command = std::string(QUILLON_RUNTIME_DIR) + "/quillon-cli --ini '" + m_dir.File("Quillon.ini") +
                                     "' --root '" + m_root + "' " + extraArgs + " '" + scriptPath + "' 2>&1";
+        const CommandRun result = RunCommand(command);
         CliRun run;
-        FILE* pipe = popen(command.c_str(), "r");
-        if (!pipe) return run;
-        char buffer[4096];
-        for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.output.append(buffer, n);
-        const int status = pclose(pipe);
-        run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        run.exitCode = result.exitCode;
+        run.output = result.output;
         return run;
     }
     void UseRoot(const std::vector<RootEntry>& entries) { m_root = m_dir.Write("root.xml", RootFileText(entries)); }

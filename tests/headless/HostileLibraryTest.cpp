@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <sstream>
 
+#include "../support/RunCommand.h"
 #include "../support/TempDir.h"
 
 namespace {
@@ -94,13 +95,10 @@ CaseRun RunCase(const HostileCase& c)
                                 QUILLON_RUNTIME_DIR + "/quillon-cli --ini '" + dir.File("Quillon.ini") + "' --root '" +
                                 QUILLON_FIXTURE_LIB_DIR + "/hostile/pdu_api_root.xml' " +
                                 (c.flow == Flow::Full ? "-m1 '" : "'") + script + "' 2>&1";
+    const CommandRun result = RunCommand(command);
     CaseRun run;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return run;
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.output.append(buffer, n);
-    const int status = pclose(pipe);
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.exitCode = result.exitCode;
+    run.output = result.output;
     return run;
 }
 
